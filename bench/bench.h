@@ -1,0 +1,93 @@
+// Shared pieces of qvngen-bench: the case interface every transform family
+// implements, the family registry entry, and small helpers (random input,
+// error accumulation, keeping results alive).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace qvnbench {
+
+struct Options {
+    std::vector<int> sizes;     // empty: every length a family has
+    int precision = 0;          // 32 or 64; 0 for both
+    std::string direction;      // "fwd" or "inv"; empty for both
+    std::string family;         // empty for every family
+    int batches = 31;           // timed batches per implementation
+    double batchMicros = 40.0;  // wall time one batch aims at
+    int errTrials = 8;          // random input vectors for the error figure
+    bool csv = false;
+
+    bool Wants(int n, int prec, const std::string& dir) const;
+};
+
+// One transform of one family, precision, direction and length, paired with
+// the reference implementation it is compared with. The constructor does all
+// setup, reference planning included, so nothing but the transforms
+// themselves runs between two clock reads.
+class Case {
+public:
+    Case(std::string fam, int prec, std::string dir, int len)
+        : family(std::move(fam)), precision(prec), direction(std::move(dir)), n(len) {}
+    virtual ~Case() = default;
+
+    // `calls` back-to-back transforms of the timing input.
+    virtual void RunOurs(long calls) = 0;
+    virtual void RunRef(long calls) = 0;
+    // Relative RMS error against an exact (long double) evaluation; NaN when
+    // our entry reported an error status.
+    virtual double ErrOurs() = 0;
+    virtual double ErrRef() = 0;
+
+    const std::string family;
+    const int precision;
+    const std::string direction;
+    const int n;
+};
+
+using CaseList = std::vector<std::unique_ptr<Case>>;
+
+struct Family {
+    const char* name;   // --family value and first csv column
+    const char* title;  // table heading
+    void (*make)(const Options& opt, CaseList& out);
+};
+
+// Folds a value into a volatile sink, so the results of a timed batch are
+// observable and no call can be treated as dead.
+void Consume(double v);
+
+// Reproducible uniform numbers in [-1, 1).
+class Random {
+public:
+    explicit Random(std::uint64_t seed) : engine_(seed) {}
+    double Next() { return dist_(engine_); }
+
+private:
+    std::mt19937_64 engine_;
+    std::uniform_real_distribution<double> dist_{-1.0, 1.0};
+};
+
+// sqrt(sum |got - want|^2 / sum |want|^2) over every component added.
+class ErrorAccumulator {
+public:
+    void Add(long double got, long double want) {
+        long double d = got - want;
+        num_ += d * d;
+        den_ += want * want;
+    }
+    double Value() const;
+
+private:
+    long double num_ = 0, den_ = 0;
+};
+
+long double Pi();
+
+// Families.
+void MakeComplexDftCases(const Options& opt, CaseList& out);
+
+}  // namespace qvnbench

@@ -1,0 +1,302 @@
+// qvngen-bench: times every fixed-length entry against FFTW and compares the
+// accuracy of both with an exact long-double evaluation.
+//
+// Each case alternates batches of our entry and of the reference; a batch is
+// as many back-to-back calls as fill about --batch-us microseconds, and the
+// figure reported is the median over all batches, in ns per call.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "bench.h"
+
+namespace qvnbench {
+namespace {
+
+// Adding a transform family is one line here plus its Make function.
+const Family kFamilies[] = {
+    {"dft-c", "complex DFT", MakeComplexDftCases},
+};
+
+volatile double g_sink;
+
+}  // namespace
+
+void Consume(double v) { g_sink = g_sink + v; }
+
+long double Pi() { return 3.141592653589793238462643383279502884L; }
+
+double ErrorAccumulator::Value() const {
+    return den_ > 0 ? static_cast<double>(sqrtl(num_ / den_)) : static_cast<double>(sqrtl(num_));
+}
+
+bool Options::Wants(int n, int prec, const std::string& dir) const {
+    if (precision != 0 && precision != prec) return false;
+    if (!direction.empty() && direction != dir) return false;
+    return sizes.empty() || std::find(sizes.begin(), sizes.end(), n) != sizes.end();
+}
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+const char kUsage[] =
+    "usage: qvngen-bench [options]\n"
+    "Times every qvngen entry against FFTW (FFTW_PATIENT plans) and reports the\n"
+    "relative RMS error of both against an exact long-double DFT. The ratio is\n"
+    "qvngen time / FFTW time: below 1, qvngen is faster.\n"
+    "Run it pinned to one otherwise idle core, e.g.  taskset -c 1 qvngen-bench\n"
+    "\n"
+    "  --n LIST          lengths to run: 16 | 16,17,32 | 2-16 (default all)\n"
+    "  --precision P     32 or 64 (default both)\n"
+    "  --direction D     fwd or inv (default both)\n"
+    "  --family F        transform family (default all; known: dft-c)\n"
+    "  --batches K       timed batches per implementation (default 31)\n"
+    "  --batch-us T      target length of one batch in microseconds (default 40)\n"
+    "  --err-trials K    random input vectors behind the error figure (default 8)\n"
+    "  --quick           7 batches of 20 us: for trying things out, not for numbers\n"
+    "  --csv             machine-readable rows instead of tables\n";
+
+[[noreturn]] void Usage(int code) {
+    std::fputs(kUsage, code == 0 ? stdout : stderr);
+    std::exit(code);
+}
+
+int ToInt(const char* s) {
+    char* end = nullptr;
+    long v = std::strtol(s, &end, 10);
+    if (end == s || *end != '\0' || v < 0 || v > 1000000) Usage(2);
+    return static_cast<int>(v);
+}
+
+void ParseSizes(const std::string& list, std::vector<int>& out) {
+    size_t pos = 0;
+    while (pos <= list.size()) {
+        size_t comma = std::min(list.find(',', pos), list.size());
+        std::string item = list.substr(pos, comma - pos);
+        size_t dash = item.find('-');
+        int lo = ToInt(item.substr(0, dash).c_str());
+        int hi = dash == std::string::npos ? lo : ToInt(item.substr(dash + 1).c_str());
+        for (int n = lo; n <= hi; ++n) out.push_back(n);
+        pos = comma + 1;
+    }
+}
+
+Options Parse(int argc, char** argv) {
+    Options o;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        auto value = [&]() -> const char* {
+            if (i + 1 >= argc) Usage(2);
+            return argv[++i];
+        };
+        if (a == "--help" || a == "-h") Usage(0);
+        else if (a == "--n") ParseSizes(value(), o.sizes);
+        else if (a == "--precision") o.precision = ToInt(value());
+        else if (a == "--direction") o.direction = value();
+        else if (a == "--family") o.family = value();
+        else if (a == "--batches") o.batches = ToInt(value());
+        else if (a == "--batch-us") o.batchMicros = ToInt(value());
+        else if (a == "--err-trials") o.errTrials = ToInt(value());
+        else if (a == "--quick") o.batches = 7, o.batchMicros = 20;
+        else if (a == "--csv") o.csv = true;
+        else Usage(2);
+    }
+    if ((o.precision != 0 && o.precision != 32 && o.precision != 64) || o.batches < 1 ||
+        o.batchMicros < 1 || (!o.direction.empty() && o.direction != "fwd" && o.direction != "inv"))
+        Usage(2);
+    return o;
+}
+
+double NsPerCall(Case& c, bool ours, long calls) {
+    auto t0 = Clock::now();
+    if (ours) c.RunOurs(calls);
+    else c.RunRef(calls);
+    auto t1 = Clock::now();
+    return std::chrono::duration<double, std::nano>(t1 - t0).count() / calls;
+}
+
+// Number of calls that fill about `targetNs`: doubled until a batch takes a
+// quarter of the target, then scaled to it.
+long CallsPerBatch(Case& c, bool ours, double targetNs) {
+    for (long calls = 1;; calls *= 2) {
+        double total = NsPerCall(c, ours, calls) * calls;
+        if (total >= targetNs / 4 || calls >= (1L << 26))
+            return std::max(1L, static_cast<long>(calls * targetNs / std::max(total, 1.0)));
+    }
+}
+
+double Median(std::vector<double> v) {
+    std::sort(v.begin(), v.end());
+    size_t h = v.size() / 2;
+    return v.size() % 2 ? v[h] : 0.5 * (v[h - 1] + v[h]);
+}
+
+// Keeps the core busy for a while so that frequency scaling has settled
+// before the first case is timed.
+void SpinUp(double ms) {
+    auto end = Clock::now() + std::chrono::duration<double, std::milli>(ms);
+    double x = 1;
+    while (Clock::now() < end)
+        for (int i = 0; i < 1000; ++i) x = x * 1.0000001 + 1e-9;
+    Consume(x);
+}
+
+struct Result {
+    const Family* fam;
+    int precision;
+    std::string direction;
+    int n;
+    double nsOurs, nsRef, errOurs, errRef;
+    double Ratio() const { return nsOurs / nsRef; }
+    double ErrRatio() const {
+        if (errRef > 0) return errOurs / errRef;
+        return errOurs == 0 ? 1.0 : INFINITY;
+    }
+};
+
+Result Measure(const Family& fam, Case& c, const Options& o) {
+    Result r{&fam, c.precision, c.direction, c.n, 0, 0, c.ErrOurs(), c.ErrRef()};
+    const double target = o.batchMicros * 1000.0;
+    const long callsOurs = CallsPerBatch(c, true, target);
+    const long callsRef = CallsPerBatch(c, false, target);
+    for (int w = 0; w < 3; ++w) NsPerCall(c, true, callsOurs), NsPerCall(c, false, callsRef);
+    std::vector<double> ours, ref;
+    for (int b = 0; b < o.batches; ++b) {
+        ours.push_back(NsPerCall(c, true, callsOurs));
+        ref.push_back(NsPerCall(c, false, callsRef));
+    }
+    r.nsOurs = Median(ours);
+    r.nsRef = Median(ref);
+    return r;
+}
+
+// Lengths whose largest prime factor is at least 17: the ones that need a
+// prime-length kernel of their own, and so the hardest to make fast.
+bool LargePrimeFactor(int n) {
+    int largest = 1;
+    for (int p = 2; p <= n; ++p)
+        while (n % p == 0) n /= p, largest = p;
+    return largest >= 17;
+}
+
+void PrintTable(const std::vector<Result>& rs, const Options& o) {
+    for (size_t i = 0; i < rs.size(); ++i) {
+        const Result& r = rs[i];
+        if (i == 0 || r.fam != rs[i - 1].fam || r.precision != rs[i - 1].precision ||
+            r.direction != rs[i - 1].direction) {
+            std::printf("\n%s, %d-bit, %s  (ns per call, median of %d batches of ~%g us)\n",
+                        r.fam->title, r.precision, r.direction == "fwd" ? "forward" : "inverse",
+                        o.batches, o.batchMicros);
+            std::printf("%4s %10s %10s %8s %12s %12s\n", "N", "qvngen", "FFTW", "ratio",
+                        "err qvngen", "err FFTW");
+        }
+        std::printf("%4d %10.2f %10.2f %8.3f %12.2e %12.2e\n", r.n, r.nsOurs, r.nsRef, r.Ratio(),
+                    r.errOurs, r.errRef);
+    }
+}
+
+void PrintSummary(const std::vector<Result>& all) {
+    std::map<std::pair<const Family*, int>, std::vector<const Result*>> groups;
+    for (const Result& r : all) groups[{r.fam, r.precision}].push_back(&r);
+    for (const auto& [key, rs] : groups) {
+        double logSum = 0;
+        const Result *worst = rs[0], *worstErr = rs[0];
+        std::string slower, dirs;  // dirs: order of the ratios in each length's cell
+        int slowCount = 0;
+        std::map<int, std::string> large;  // length -> its ratios, one per direction
+        for (const Result* r : rs) {
+            logSum += std::log(r->Ratio());
+            if (r->Ratio() > worst->Ratio()) worst = r;
+            if (!(r->ErrRatio() <= worstErr->ErrRatio())) worstErr = r;  // NaN wins
+            char buf[48];
+            if (r->Ratio() > 1) {
+                std::snprintf(buf, sizeof buf, "%s%4d %s %-6.2f", slowCount++ % 6 ? "" : "\n    ",
+                              r->n, r->direction.c_str(), r->Ratio());
+                slower += buf;
+            }
+            if (LargePrimeFactor(r->n)) {
+                std::string& cell = large[r->n];
+                std::snprintf(buf, sizeof buf, "%s%.2f", cell.empty() ? "" : "/", r->Ratio());
+                cell += buf;
+                if (dirs.find(r->direction) == std::string::npos)
+                    dirs += (dirs.empty() ? "" : "/") + r->direction;
+            }
+        }
+        std::printf("\n%s, %d-bit: summary over %zu cases\n", key.first->title, key.second,
+                    rs.size());
+        std::printf("  geometric mean of ratios   %.3f\n", std::exp(logSum / rs.size()));
+        std::printf("  worst ratio                %.3f (N=%d %s)\n", worst->Ratio(), worst->n,
+                    worst->direction.c_str());
+        std::printf("  ratio > 1 (%d)%s\n", slowCount, slower.c_str());
+        std::printf("  large prime factor sizes (%s)", large.empty() ? "none run" : dirs.c_str());
+        int col = 0;
+        for (const auto& [n, cell] : large)
+            std::printf("%s%4d: %-12s", col++ % 5 == 0 ? "\n   " : "", n, cell.c_str());
+        std::printf("\n");
+        std::printf("  worst error ratio          %.3g (N=%d %s: %.2e vs %.2e)\n",
+                    worstErr->ErrRatio(), worstErr->n, worstErr->direction.c_str(),
+                    worstErr->errOurs, worstErr->errRef);
+    }
+}
+
+void PrintCsv(const std::vector<Result>& rs) {
+    std::printf("family,precision,direction,n,ns_qvngen,ns_fftw,ratio,err_qvngen,err_fftw\n");
+    for (const Result& r : rs)
+        std::printf("%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e\n", r.fam->name, r.precision,
+                    r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs, r.errRef);
+}
+
+int Run(const Options& opt) {
+    // All setup, FFTW planning included, happens before the first timing.
+    std::vector<std::pair<const Family*, CaseList>> work;
+    size_t total = 0;
+    for (const Family& f : kFamilies) {
+        if (!opt.family.empty() && opt.family != f.name) continue;
+        std::fprintf(stderr, "planning %s cases...\n", f.name);
+        work.emplace_back(&f, CaseList{});
+        f.make(opt, work.back().second);
+        total += work.back().second.size();
+    }
+    if (total == 0) {
+        std::fprintf(stderr, "qvngen-bench: nothing matches the options\n");
+        return 2;
+    }
+    std::fprintf(stderr, "timing %zu cases...\n", total);
+    SpinUp(300);
+    std::vector<Result> results;
+    bool failed = false;
+    for (auto& [fam, cases] : work) {
+        for (auto& c : cases) {
+            results.push_back(Measure(*fam, *c, opt));
+            failed |= !std::isfinite(results.back().errOurs);
+        }
+    }
+    if (opt.csv) {
+        PrintCsv(results);
+    } else {
+        PrintTable(results, opt);
+        PrintSummary(results);
+    }
+    if (failed) std::fprintf(stderr, "qvngen-bench: some entries reported an error status\n");
+    return failed ? 1 : 0;
+}
+
+}  // namespace
+}  // namespace qvnbench
+
+int main(int argc, char** argv) {
+    try {
+        return qvnbench::Run(qvnbench::Parse(argc, argv));
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "qvngen-bench: %s\n", e.what());
+        return 1;
+    }
+}

@@ -1,0 +1,45 @@
+// Load/store policies of the generated SSE2 kernels. A kernel body is one
+// template instantiated twice, so the aligned and unaligned bodies share the
+// same schedule and cannot drift apart.
+#pragma once
+
+#include <emmintrin.h>
+
+namespace qvn {
+
+struct AlignedAccess {
+    static __m128 Load(const float* p) { return _mm_load_ps(p); }
+    static void Store(float* p, __m128 v) { _mm_store_ps(p, v); }
+    static __m128d Load(const double* p) { return _mm_load_pd(p); }
+    static void Store(double* p, __m128d v) { _mm_store_pd(p, v); }
+};
+
+struct UnalignedAccess {
+    static __m128 Load(const float* p) { return _mm_loadu_ps(p); }
+    static void Store(float* p, __m128 v) { _mm_storeu_ps(p, v); }
+    static __m128d Load(const double* p) { return _mm_loadu_pd(p); }
+    static void Store(double* p, __m128d v) { _mm_storeu_pd(p, v); }
+};
+
+// One complex float (8 bytes) in the low half of a vector; needs no alignment.
+inline __m128 LoadLowComplex(const float* p) {
+    return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p)));
+}
+inline void StoreLowComplex(float* p, __m128 v) {
+    _mm_store_sd(reinterpret_cast<double*>(p), _mm_castps_pd(v));
+}
+inline void StoreHighComplex(float* p, __m128 v) {
+    _mm_storeh_pd(reinterpret_cast<double*>(p), _mm_castps_pd(v));
+}
+
+// Sign masks: xor flips the sign of the lanes that hold -0.0.
+inline __m128d SignMaskPd(bool lo, bool hi) {
+    return _mm_castsi128_pd(_mm_set_epi64x(hi ? (long long)0x8000000000000000ull : 0,
+                                           lo ? (long long)0x8000000000000000ull : 0));
+}
+inline __m128 SignMaskPs(bool l0, bool l1, bool l2, bool l3) {
+    return _mm_castsi128_ps(_mm_set_epi32(l3 ? (int)0x80000000u : 0, l2 ? (int)0x80000000u : 0,
+                                          l1 ? (int)0x80000000u : 0, l0 ? (int)0x80000000u : 0));
+}
+
+}  // namespace qvn

@@ -1,0 +1,82 @@
+#include "dag.h"
+
+#include <cassert>
+#include <utility>
+
+namespace gen {
+
+int Dag::Intern(const Node& n) {
+    auto key = std::make_tuple(static_cast<int>(n.op), n.a, n.b, n.index, n.c, n.d);
+    auto it = index_.find(key);
+    if (it != index_.end()) return it->second;
+    nodes_.push_back(n);
+    int id = static_cast<int>(nodes_.size()) - 1;
+    index_.emplace(key, id);
+    return id;
+}
+
+Value Dag::Load(int index) {
+    Node n{Op::kLoad};
+    n.index = index;
+    return {Intern(n), false};
+}
+
+Value Dag::Add(Value x, Value y) {
+    if (x.IsZero()) return y;
+    if (y.IsZero()) return x;
+    if (x.negated && y.negated) return Neg(Add(Neg(x), Neg(y)));
+    if (y.negated) return Sub(x, Neg(y));
+    if (x.negated) return Sub(y, Neg(x));
+    Node n{Op::kAdd};
+    n.a = std::min(x.node, y.node);  // commutative: one canonical order
+    n.b = std::max(x.node, y.node);
+    return {Intern(n), false};
+}
+
+Value Dag::Sub(Value x, Value y) {
+    if (y.IsZero()) return x;
+    if (x.IsZero()) return Neg(y);
+    if (y.negated) return Add(x, Neg(y));
+    if (x.negated) return Neg(Add(Neg(x), y));
+    if (x.node == y.node) return Value{};
+    Node n{Op::kSub};
+    n.a = x.node;
+    n.b = y.node;
+    return {Intern(n), false};
+}
+
+Value Dag::MulReal(Value x, Real c) {
+    if (x.IsZero() || c == 0) return Value{};
+    if (c < 0) return Neg(MulReal(x, -c));
+    if (x.negated) return Neg(MulReal(Neg(x), c));
+    if (c == 1) return x;
+    Node n{Op::kMulReal};
+    n.a = x.node;
+    n.c = c;
+    return {Intern(n), false};
+}
+
+Value Dag::MulI(Value x) {
+    if (x.IsZero()) return x;
+    if (x.negated) return Neg(MulI(Neg(x)));
+    const Node& inner = nodes_[x.node];
+    if (inner.op == Op::kMulI) return Neg(Value{inner.a, false});  // i * i = -1
+    Node n{Op::kMulI};
+    n.a = x.node;
+    return {Intern(n), false};
+}
+
+Value Dag::Mul(Value x, Cx w) {
+    if (x.IsZero()) return x;
+    if (w.imag() == 0) return MulReal(x, w.real());
+    if (w.real() == 0) return MulReal(MulI(x), w.imag());
+    if (w.real() < 0) return Neg(Mul(x, -w));
+    if (x.negated) return Neg(Mul(Neg(x), w));
+    Node n{Op::kMulCplx};
+    n.a = x.node;
+    n.c = w.real();
+    n.d = w.imag();
+    return {Intern(n), false};
+}
+
+}  // namespace gen

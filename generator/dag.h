@@ -1,0 +1,66 @@
+// Expression DAG of complex values.
+//
+// Every node is one complex number; every operation acts on both parts, which
+// is what the SSE2 kernels compute (a complex value is one vector, or half of
+// one). Nodes are hash-consed, so an expression built twice is one node, and
+// the constructors simplify as they build:
+//   x + 0, x * 1, x * 0 vanish; x * (+-i) is a swap, never a multiply;
+//   negations travel on the edges (Value::negated) and are folded into the
+//   add/sub that consumes them; constants are kept positive.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <tuple>
+#include <vector>
+
+#include "twiddle.h"
+
+namespace gen {
+
+enum class Op : std::uint8_t {
+    kLoad,     // input element `index`
+    kAdd,      // a + b
+    kSub,      // a - b
+    kMulReal,  // a * c, c > 0 real
+    kMulCplx,  // a * (c + i*d), c > 0, d != 0
+    kMulI,     // a * i
+};
+
+struct Node {
+    Op op;
+    int a = -1, b = -1;  // operands (node ids), always taken positive
+    int index = -1;      // kLoad: input element
+    Real c = 0, d = 0;   // constants of the multiplications
+};
+
+// A reference to a node, possibly negated; node == -1 is the constant zero.
+struct Value {
+    int node = -1;
+    bool negated = false;
+    bool IsZero() const { return node < 0; }
+};
+
+class Dag {
+public:
+    Value Load(int index);
+    Value Add(Value x, Value y);
+    Value Sub(Value x, Value y);
+    static Value Neg(Value x) { return x.IsZero() ? x : Value{x.node, !x.negated}; }
+    Value MulReal(Value x, Real c);
+    Value MulI(Value x);
+    Value Mul(Value x, Cx w);  // any complex constant, simplified
+
+    const Node& at(int id) const { return nodes_[id]; }
+    int size() const { return static_cast<int>(nodes_.size()); }
+
+private:
+    int Intern(const Node& n);
+    std::vector<Node> nodes_;
+    std::map<std::tuple<int, int, int, int, Real, Real>, int> index_;
+};
+
+// Complex vector of DAG values: the inputs or outputs of a transform.
+using Signal = std::vector<Value>;
+
+}  // namespace gen

@@ -1,0 +1,38 @@
+// Emitters: turn the DAG of one transform into the statements of a kernel
+// body `template <class Mem> void f(const T* x, T* y, T scale)`.
+//   scalar     single precision, N = 2..5: one float per operation
+//              (optionally with every constant product formed in double);
+//   sse2 pd    double precision: one complex value per __m128d;
+//   sse2 ps    single precision: two complex values per __m128, pairing
+//              isomorphic independent operations level by level.
+// Every output is multiplied by the scale as its last operation.
+#pragma once
+
+#include <string>
+
+#include "dag.h"
+#include "program.h"
+
+namespace gen {
+
+struct KernelText {
+    std::string constants;  // namespace-scope table definition (may be empty)
+    std::string body;       // statements of the function body
+    Census census;
+};
+
+struct KernelInput {
+    const Dag& dag;
+    const Signal& outputs;
+    int n;
+    std::string const_table;  // name of the constant table to define
+};
+
+KernelText EmitScalar(const KernelInput& in, bool products_in_double);
+KernelText EmitSseDouble(const KernelInput& in);
+KernelText EmitSsePaired(const KernelInput& in);
+
+// Nodes the outputs depend on, in topological order (ids ascending).
+std::vector<int> ReachableNodes(const Dag& dag, const Signal& outputs);
+
+}  // namespace gen

@@ -1,0 +1,55 @@
+// qvngen-gen: writes the generated kernels of the library.
+//   qvngen-gen complex-dft OUTDIR   kernels and census of the complex DFT
+// Files are rewritten only when their text changes, so the build recompiles
+// just the kernels a generator change touched. Output is deterministic.
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "complex_dft_file.h"
+
+namespace {
+
+void WriteIfChanged(const std::filesystem::path& path, const std::string& text) {
+    std::ifstream in(path, std::ios::binary);
+    if (in) {
+        std::stringstream old;
+        old << in.rdbuf();
+        if (old.str() == text) return;
+    }
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+    if (!out) throw std::runtime_error("cannot write " + path.string());
+}
+
+int Usage() {
+    std::fprintf(stderr, "usage: qvngen-gen complex-dft OUTDIR\n");
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) return Usage();
+    const std::string family = argv[1];
+    const std::filesystem::path dir = argv[2];
+    try {
+        std::filesystem::create_directories(dir);
+        if (family != "complex-dft") return Usage();
+        std::string census = "# Operation census of the complex DFT kernels (written by qvngen-gen).\n";
+        for (int single = 1; single >= 0; --single)
+            for (int n = 2; n <= 64; ++n) {
+                gen::GeneratedFile f = gen::ComplexDftFile(n, single == 1);
+                WriteIfChanged(dir / f.name, f.text);
+                census += f.census;
+            }
+        WriteIfChanged(dir / "census.txt", census);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,62 @@
+// Straight-line programs as the emitters build them: named instructions with
+// their dependencies, a constant table, and the operation census. The final
+// order is chosen here, once, for every emitter: all loads first (so the body
+// may run in place), then the computation depth-first from each store, which
+// keeps few values alive at a time.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "twiddle.h"
+
+namespace gen {
+
+struct Census {
+    int adds = 0, muls = 0, shuffles = 0, loads = 0, stores = 0;
+    std::string Text() const;
+};
+
+enum class ElemType { kFloat, kDouble };
+
+// Literal text of a constant: exact hex float plus its decimal value.
+std::string HexLiteral(Real v, ElemType type);
+std::string DecimalText(Real v, ElemType type);
+
+// Read-only table of lane-by-lane constant vectors, deduplicated.
+class ConstTable {
+public:
+    ConstTable(std::string name, ElemType type, int lanes) : name_(std::move(name)), type_(type), lanes_(lanes) {}
+    // Returns the C++ expression that loads the vector.
+    std::string Ref(const std::vector<Real>& lanes);
+    std::string Definition() const;  // empty when no constant is used
+    bool empty() const { return rows_.empty(); }
+
+private:
+    std::string name_;
+    ElemType type_;
+    int lanes_;
+    std::vector<std::vector<Real>> rows_;
+    std::map<std::vector<std::string>, int> index_;
+};
+
+class Program {
+public:
+    enum class Kind { kLoad, kCompute, kStore };
+    // Adds an instruction `text` (a full statement) that defines nothing or
+    // one value, and depends on the instructions `deps`. Returns its id.
+    int Add(Kind kind, std::string text, std::vector<int> deps);
+    std::string Emit(const std::string& indent) const;  // throws if a store precedes a load
+    Census census;
+
+private:
+    struct Instr {
+        Kind kind;
+        std::string text;
+        std::vector<int> deps;
+    };
+    std::vector<Instr> instrs_;
+};
+
+}  // namespace gen

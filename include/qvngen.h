@@ -1,0 +1,122 @@
+/*
+ * qvngen: fixed-size signal transforms with straight-line kernels.
+ *
+ * Every transform is a plain C function of one fixed length that returns a
+ * Status. Arguments are checked before anything is read or written, so a
+ * failing call leaves the destination untouched. Source and destination may
+ * be the same array.
+ *
+ * Complex DFT, for N = 2..64:
+ *   Status qvngDFTFwd_CToC_<N>_32fc(const Complex32f* src, Complex32f* dst, ScaleFlag flag);
+ *   Status qvngDFTInv_CToC_<N>_32fc(const Complex32f* src, Complex32f* dst, ScaleFlag flag);
+ *   Status qvngDFTFwd_CToC_<N>_64fc(const Complex64f* src, Complex64f* dst, ScaleFlag flag);
+ *   Status qvngDFTInv_CToC_<N>_64fc(const Complex64f* src, Complex64f* dst, ScaleFlag flag);
+ *
+ *   forward  y[k] = s * sum_j x[j] * exp(-2*pi*i*j*k/N)
+ *   inverse  y[k] = s * sum_j x[j] * exp(+2*pi*i*j*k/N)
+ *
+ *   flag               forward s   inverse s
+ *   kScaleFwdByN  (1)  1/N         1
+ *   kScaleInvByN  (2)  1           1/N
+ *   kScaleBySqrtN (4)  1/sqrt(N)   1/sqrt(N)
+ *   kScaleNone    (8)  1           1
+ *
+ * Status codes: kStatusNullPointer when src or dst is null (tested first),
+ * kStatusBadFlag for any other flag value.
+ */
+#ifndef QVNGEN_H
+#define QVNGEN_H
+
+#include <stdint.h>
+
+/* Calling convention of every export: stdcall on 32-bit x86 (the callee
+ * removes its arguments), the platform's native convention elsewhere. */
+#if defined(_WIN32) && !defined(_WIN64)
+#define QVN_API __stdcall
+#elif defined(__i386__)
+#define QVN_API __attribute__((stdcall))
+#else
+#define QVN_API
+#endif
+
+/* Symbol visibility: the library is built with hidden visibility and marks
+ * exactly its public functions for export. */
+#if defined(_WIN32)
+#if defined(QVN_BUILDING_LIBRARY)
+#define QVN_EXPORT __declspec(dllexport)
+#else
+#define QVN_EXPORT __declspec(dllimport)
+#endif
+#else
+#define QVN_EXPORT __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+#define QVN_EXTERN_C extern "C"
+#else
+#define QVN_EXTERN_C
+#endif
+
+#define QVN_DECL(ret) QVN_EXTERN_C QVN_EXPORT ret QVN_API
+
+/* Result of every transform. 0 is success; every error is negative. */
+typedef int32_t Status;
+enum {
+    kStatusOk = 0,
+    kStatusBadSpec = -5,      /* DCT-IV specification with an unknown kind */
+    kStatusBadSize = -6,      /* length or order out of range */
+    kStatusNullPointer = -8,  /* a required pointer is null */
+    kStatusBadFlag = -16      /* ScaleFlag is not 1, 2, 4 or 8 */
+};
+
+/* Normalisation flag; compared for equality, not as bits. */
+typedef int32_t ScaleFlag;
+enum {
+    kScaleFwdByN = 1,
+    kScaleInvByN = 2,
+    kScaleBySqrtN = 4,
+    kScaleNone = 8
+};
+
+/* One complex element: real part first, no padding. */
+typedef struct Complex32f { float re, im; } Complex32f;
+typedef struct Complex64f { double re, im; } Complex64f;
+
+/* Build identification, returned by qvngenGetLibVersion. */
+typedef struct LibraryVersion {
+    int32_t major;
+    int32_t minor;
+    int32_t majorBuild;
+    int32_t build;
+    char targetCpu[4];
+    const char* name;
+    const char* version;
+    const char* buildDate;
+} LibraryVersion;
+
+/* Same constant record on every call; never write through it or free it. */
+QVN_DECL(const LibraryVersion*) qvngenGetLibVersion(void);
+
+/* Every length that has a fixed-size entry, for use with the macros below. */
+#define QVNG_FOR_EACH_LENGTH(X)                                                \
+    X(2) X(3) X(4) X(5) X(6) X(7) X(8) X(9) X(10) X(11) X(12) X(13) X(14)     \
+    X(15) X(16) X(17) X(18) X(19) X(20) X(21) X(22) X(23) X(24) X(25) X(26)   \
+    X(27) X(28) X(29) X(30) X(31) X(32) X(33) X(34) X(35) X(36) X(37) X(38)   \
+    X(39) X(40) X(41) X(42) X(43) X(44) X(45) X(46) X(47) X(48) X(49) X(50)   \
+    X(51) X(52) X(53) X(54) X(55) X(56) X(57) X(58) X(59) X(60) X(61) X(62)   \
+    X(63) X(64)
+
+/* Complex DFT declarations: qvngDFTFwd_CToC_2_32fc ... qvngDFTInv_CToC_64_64fc. */
+#define QVNG_DECLARE_CTOC(N)                                                           \
+    QVN_DECL(Status) qvngDFTFwd_CToC_##N##_32fc(const Complex32f* src, Complex32f* dst, \
+                                                ScaleFlag flag);                        \
+    QVN_DECL(Status) qvngDFTInv_CToC_##N##_32fc(const Complex32f* src, Complex32f* dst, \
+                                                ScaleFlag flag);                        \
+    QVN_DECL(Status) qvngDFTFwd_CToC_##N##_64fc(const Complex64f* src, Complex64f* dst, \
+                                                ScaleFlag flag);                        \
+    QVN_DECL(Status) qvngDFTInv_CToC_##N##_64fc(const Complex64f* src, Complex64f* dst, \
+                                                ScaleFlag flag);
+QVNG_FOR_EACH_LENGTH(QVNG_DECLARE_CTOC)
+#undef QVNG_DECLARE_CTOC
+
+#endif /* QVNGEN_H */

@@ -1,0 +1,72 @@
+// Tests of the library frame: the build identification record and the
+// aligned allocation pair.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "qvncore.h"
+#include "qvngen.h"
+
+namespace {
+
+TEST(LibraryVersion, ReportsThisBuild) {
+    const LibraryVersion* v = qvngenGetLibVersion();
+    ASSERT_NE(v, nullptr);
+    EXPECT_EQ(v->major, 7);
+    EXPECT_EQ(v->minor, 0);
+    EXPECT_EQ(v->majorBuild, 205);
+    EXPECT_EQ(v->build, 570);
+    EXPECT_EQ(std::memcmp(v->targetCpu, "z3\0\0", 4), 0);
+    ASSERT_NE(v->name, nullptr);
+    ASSERT_NE(v->version, nullptr);
+    ASSERT_NE(v->buildDate, nullptr);
+    EXPECT_STREQ(v->name, "qvngenz3-7.0.dll");
+    EXPECT_STREQ(v->version, "7.0 build 205.85");
+    EXPECT_STREQ(v->buildDate, "Nov 26 2011");
+}
+
+TEST(LibraryVersion, SameRecordOnEveryCall) {
+    const LibraryVersion* first = qvngenGetLibVersion();
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(qvngenGetLibVersion(), first);
+}
+
+// Every block is 64-byte aligned and fully usable; writing all of it lets the
+// sanitizer build catch a block shorter than requested. Blocks are held
+// together so that distinct live allocations are checked not to overlap.
+TEST(Allocation, AlignedAndUsable) {
+    struct Block {
+        unsigned char* p;
+        int32_t size;
+    };
+    std::vector<Block> blocks;
+    for (int32_t size : {1, 7, 8, 16, 63, 64, 65, 100, 4096, 4097, 1 << 20}) {
+        auto* p = static_cast<unsigned char*>(qvnMalloc(size));
+        ASSERT_NE(p, nullptr) << "size " << size;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 64, 0u) << "size " << size;
+        std::memset(p, size & 0xFF, size);
+        blocks.push_back({p, size});
+    }
+    for (const Block& b : blocks) {
+        for (int32_t i = 0; i < b.size; ++i) {
+            if (b.p[i] != static_cast<unsigned char>(b.size & 0xFF)) {
+                ADD_FAILURE() << "block of size " << b.size << " overwritten at byte " << i;
+                break;
+            }
+        }
+        qvnFree(b.p);
+    }
+}
+
+// Null for counts <= 0; qvnFree accepts the null it may hand out.
+TEST(Allocation, NonPositiveCountGivesNull) {
+    for (int32_t size : {0, -1, -64, INT32_MIN}) {
+        void* p = qvnMalloc(size);
+        EXPECT_EQ(p, nullptr) << "size " << size;
+        qvnFree(p);
+    }
+}
+
+}  // namespace
