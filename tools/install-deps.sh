@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build, tests and benchmark need, if any
+# are missing. Needs root (or sudo) only when something has to be installed.
+set -euo pipefail
+
+packages=(cmake ninja-build g++ g++-multilib binutils file libgtest-dev libfftw3-dev)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if ((${#missing[@]} == 0)); then exit 0; fi
+
+echo "installing: ${missing[*]}"
+as_root=()
+if [[ $(id -u) -ne 0 ]]; then as_root=(sudo); fi
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"
