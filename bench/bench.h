@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -19,6 +20,7 @@ struct Options {
     int batches = 31;           // timed batches per implementation
     double batchMicros = 40.0;  // wall time one batch aims at
     int errTrials = 8;          // random input vectors for the error figure
+    int refPlans = 3;           // reference plans made per case; the fastest is kept
     bool csv = false;
 
     bool Wants(int n, int prec, const std::string& dir) const;
@@ -55,6 +57,10 @@ struct Family {
     const char* title;  // table heading
     void (*make)(const Options& opt, CaseList& out);
 };
+
+// Fastest time per call of `run(calls)` over a few short batches; for
+// choosing between candidate reference plans while setting a case up.
+double QuickNsPerCall(const std::function<void(long calls)>& run);
 
 // Folds a value into a volatile sink, so the results of a timed batch are
 // observable and no call can be treated as dead.

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -61,7 +62,9 @@ const char kUsage[] =
     "  --batches K       timed batches per implementation (default 31)\n"
     "  --batch-us T      target length of one batch in microseconds (default 40)\n"
     "  --err-trials K    random input vectors behind the error figure (default 8)\n"
-    "  --quick           7 batches of 20 us: for trying things out, not for numbers\n"
+    "  --fftw-plans K    FFTW plans made per case, the fastest kept (default 3)\n"
+    "  --quick           7 batches of 20 us, one FFTW plan per case: for trying\n"
+    "                    things out, not for numbers\n"
     "  --csv             machine-readable rows instead of tables\n";
 
 [[noreturn]] void Usage(int code) {
@@ -105,31 +108,37 @@ Options Parse(int argc, char** argv) {
         else if (a == "--batches") o.batches = ToInt(value());
         else if (a == "--batch-us") o.batchMicros = ToInt(value());
         else if (a == "--err-trials") o.errTrials = ToInt(value());
-        else if (a == "--quick") o.batches = 7, o.batchMicros = 20;
+        else if (a == "--fftw-plans") o.refPlans = ToInt(value());
+        else if (a == "--quick") o.batches = 7, o.batchMicros = 20, o.refPlans = 1;
         else if (a == "--csv") o.csv = true;
         else Usage(2);
     }
     if ((o.precision != 0 && o.precision != 32 && o.precision != 64) || o.batches < 1 ||
-        o.batchMicros < 1 || (!o.direction.empty() && o.direction != "fwd" && o.direction != "inv"))
+        o.batchMicros < 1 || o.refPlans < 1 || (!o.direction.empty() && o.direction != "fwd" && o.direction != "inv"))
         Usage(2);
     return o;
 }
 
-double NsPerCall(Case& c, bool ours, long calls) {
+using Runner = std::function<void(long calls)>;
+
+double NsPerCall(const Runner& run, long calls) {
     auto t0 = Clock::now();
-    if (ours) c.RunOurs(calls);
-    else c.RunRef(calls);
+    run(calls);
     auto t1 = Clock::now();
     return std::chrono::duration<double, std::nano>(t1 - t0).count() / calls;
 }
 
 // Number of calls that fill about `targetNs`: doubled until a batch takes a
-// quarter of the target, then scaled to it.
-long CallsPerBatch(Case& c, bool ours, double targetNs) {
+// quarter of the target, then scaled to it. Each step keeps the fastest of
+// three tries, so a preempted try cannot stop the search early; a batch of
+// one or two calls would be dominated by the clock reads (about 50 ns on a
+// virtual machine).
+long CallsPerBatch(const Runner& run, double targetNs) {
     for (long calls = 1;; calls *= 2) {
-        double total = NsPerCall(c, ours, calls) * calls;
+        double total = 1e300;
+        for (int t = 0; t < 3; ++t) total = std::min(total, NsPerCall(run, calls) * calls);
         if (total >= targetNs / 4 || calls >= (1L << 26))
-            return std::max(1L, static_cast<long>(calls * targetNs / std::max(total, 1.0)));
+            return std::max(16L, static_cast<long>(calls * targetNs / std::max(total, 1.0)));
     }
 }
 
@@ -164,14 +173,16 @@ struct Result {
 
 Result Measure(const Family& fam, Case& c, const Options& o) {
     Result r{&fam, c.precision, c.direction, c.n, 0, 0, c.ErrOurs(), c.ErrRef()};
+    const Runner runOurs = [&c](long calls) { c.RunOurs(calls); };
+    const Runner runRef = [&c](long calls) { c.RunRef(calls); };
     const double target = o.batchMicros * 1000.0;
-    const long callsOurs = CallsPerBatch(c, true, target);
-    const long callsRef = CallsPerBatch(c, false, target);
-    for (int w = 0; w < 3; ++w) NsPerCall(c, true, callsOurs), NsPerCall(c, false, callsRef);
+    const long callsOurs = CallsPerBatch(runOurs, target);
+    const long callsRef = CallsPerBatch(runRef, target);
+    for (int w = 0; w < 3; ++w) NsPerCall(runOurs, callsOurs), NsPerCall(runRef, callsRef);
     std::vector<double> ours, ref;
     for (int b = 0; b < o.batches; ++b) {
-        ours.push_back(NsPerCall(c, true, callsOurs));
-        ref.push_back(NsPerCall(c, false, callsRef));
+        ours.push_back(NsPerCall(runOurs, callsOurs));
+        ref.push_back(NsPerCall(runRef, callsRef));
     }
     r.nsOurs = Median(ours);
     r.nsRef = Median(ref);
@@ -253,6 +264,17 @@ void PrintCsv(const std::vector<Result>& rs) {
         std::printf("%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e\n", r.fam->name, r.precision,
                     r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs, r.errRef);
 }
+
+}  // namespace
+
+double QuickNsPerCall(const Runner& run) {
+    const long calls = CallsPerBatch(run, 20000.0);
+    double best = 1e300;
+    for (int b = 0; b < 9; ++b) best = std::min(best, NsPerCall(run, calls));
+    return best;
+}
+
+namespace {
 
 int Run(const Options& opt) {
     // All setup, FFTW planning included, happens before the first timing.

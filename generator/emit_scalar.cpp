@@ -85,9 +85,10 @@ KernelText EmitScalar(const KernelInput& in, bool products_in_double) {
                 break;
             }
         }
-        auto kind = n.op == Op::kLoad ? Program::Kind::kLoad : Program::Kind::kCompute;
-        instr_of[id] = prog.Add(kind, "const float " + t(id, 'r') + " = " + re + ", " + t(id, 'i') + " = " + im + ";",
-                                deps);
+        const bool load = n.op == Op::kLoad;
+        instr_of[id] = prog.Add(load ? Program::Kind::kLoad : Program::Kind::kCompute,
+                                "const float " + t(id, 'r') + " = " + re + ", " + t(id, 'i') + " = " + im + ";", deps,
+                                load ? Program::kFollowUsers : id);
     }
     for (int k = 0; k < in.n; ++k) {
         const Value& v = in.outputs[k];

@@ -45,8 +45,10 @@ KernelText EmitSseDouble(const KernelInput& in) {
                 ++c.shuffles;
                 break;
         }
-        auto kind = n.op == Op::kLoad ? Program::Kind::kLoad : Program::Kind::kCompute;
-        instr_of[id] = prog.Add(kind, "const __m128d " + v(id) + " = " + expr + ";", deps);
+        const bool load = n.op == Op::kLoad;
+        instr_of[id] = prog.Add(load ? Program::Kind::kLoad : Program::Kind::kCompute,
+                                "const __m128d " + v(id) + " = " + expr + ";", deps,
+                                load ? Program::kFollowUsers : id);
     }
     bool any_negated = false;
     for (int k = 0; k < in.n; ++k) {

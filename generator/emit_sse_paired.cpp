@@ -69,11 +69,16 @@ private:
 
     std::string Name(int vec) const { return "v" + std::to_string(vec); }
 
-    int NewVec(Program::Kind kind, const std::string& expr, const std::vector<int>& operand_vecs, int lo, int hi) {
+    int NewVec(Program::Kind kind, const std::string& expr, const std::vector<int>& operand_vecs, int lo, int hi,
+               bool shuffle = false) {
         int vec = static_cast<int>(vecs_.size());
         std::vector<int> deps;
         for (int o : operand_vecs) deps.push_back(vecs_[o].instr);
-        int instr = prog_.Add(kind, "const __m128 " + Name(vec) + " = " + expr + ";", deps);
+        // Operations keep the place the algorithm gave their values; loads
+        // and shuffles move next to their first user.
+        bool operation = kind == Program::Kind::kCompute && !shuffle;
+        double position = operation ? std::min(lo >= 0 ? lo : hi, hi >= 0 ? hi : lo) : Program::kFollowUsers;
+        int instr = prog_.Add(kind, "const __m128 " + Name(vec) + " = " + expr + ";", deps, position);
         vecs_.push_back(Vec{instr, {lo, hi}});
         if (lo >= 0) where_[lo].push_back({vec, 0});
         if (hi >= 0) where_[hi].push_back({vec, 1});
@@ -113,7 +118,7 @@ private:
                           std::to_string(2 * h1 + 1) + ", " + std::to_string(2 * h1) + ")";
         ++prog_.census.shuffles;
         return NewVec(Program::Kind::kCompute, "_mm_shuffle_ps(" + Name(v1) + ", " + Name(v2) + ", " + imm + ")",
-                      {v1, v2}, lo, hi);
+                      {v1, v2}, lo, hi, true);
     }
 
     // A vector with `node` in the given half (the other half is whatever).
@@ -124,7 +129,7 @@ private:
         ++prog_.census.shuffles;
         int other = vecs_[v].half[1 - h];
         int lo = half == 0 ? node : other, hi = half == 0 ? other : node;
-        return NewVec(Program::Kind::kCompute, "_mm_shuffle_ps(" + Name(v) + ", " + Name(v) + ", 0x4E)", {v}, lo, hi);
+        return NewVec(Program::Kind::kCompute, "_mm_shuffle_ps(" + Name(v) + ", " + Name(v) + ", 0x4E)", {v}, lo, hi, true);
     }
 
     void EmitLoads() {

@@ -1,7 +1,8 @@
 #include "program.h"
 
 #include <cstdio>
-#include <functional>
+#include <limits>
+#include <set>
 #include <stdexcept>
 
 namespace gen {
@@ -62,37 +63,50 @@ std::string ConstTable::Definition() const {
     return out + "};\n";
 }
 
-int Program::Add(Kind kind, std::string text, std::vector<int> deps) {
-    instrs_.push_back(Instr{kind, std::move(text), std::move(deps)});
+int Program::Add(Kind kind, std::string text, std::vector<int> deps, double position) {
+    instrs_.push_back(Instr{kind, std::move(text), std::move(deps), position});
     return static_cast<int>(instrs_.size()) - 1;
 }
 
 std::string Program::Emit(const std::string& indent) const {
-    std::vector<char> done(instrs_.size(), 0);
-    std::vector<int> order;
-    for (size_t i = 0; i < instrs_.size(); ++i)
-        if (instrs_[i].kind == Kind::kLoad) {
-            order.push_back(static_cast<int>(i));
-            done[i] = 1;
+    const int count = static_cast<int>(instrs_.size());
+    // Positions: stores go first among the ready instructions; loads and
+    // shuffles inherit the earliest position of their users.
+    std::vector<double> pos(count);
+    std::vector<std::vector<int>> users(count);
+    for (int i = 0; i < count; ++i)
+        for (int d : instrs_[i].deps) users[d].push_back(i);
+    for (int i = count - 1; i >= 0; --i) {
+        if (instrs_[i].kind == Kind::kStore) {
+            pos[i] = -std::numeric_limits<double>::infinity();
+        } else if (instrs_[i].position != kFollowUsers) {
+            pos[i] = instrs_[i].position;
+        } else {
+            pos[i] = std::numeric_limits<double>::infinity();
+            for (int u : users[i]) pos[i] = std::min(pos[i], pos[u]);
         }
-    std::function<void(int)> visit = [&](int id) {
-        if (done[id]) return;
-        done[id] = 1;
-        for (int d : instrs_[id].deps) visit(d);
-        order.push_back(id);
-    };
-    for (size_t i = 0; i < instrs_.size(); ++i)
-        if (instrs_[i].kind == Kind::kStore) visit(static_cast<int>(i));
-
-    // In-place safety: the destination may be the source, so no store may
-    // come before the last load.
+    }
+    // List scheduling: among the instructions whose inputs are ready, take
+    // the one with the smallest position.
+    std::vector<int> pending(count);
+    std::set<std::pair<double, int>> ready;
+    for (int i = 0; i < count; ++i) {
+        pending[i] = static_cast<int>(instrs_[i].deps.size());
+        if (pending[i] == 0) ready.insert({pos[i], i});
+    }
     bool stored = false;
     std::string out;
-    for (int id : order) {
-        if (instrs_[id].kind == Kind::kStore) stored = true;
-        if (instrs_[id].kind == Kind::kLoad && stored)
+    while (!ready.empty()) {
+        int id = ready.begin()->second;
+        ready.erase(ready.begin());
+        const Instr& in = instrs_[id];
+        if (in.kind == Kind::kStore) stored = true;
+        // In-place safety: the destination may be the source.
+        if (in.kind == Kind::kLoad && stored)
             throw std::runtime_error("refusing to emit a body that stores before its last load");
-        out += indent + instrs_[id].text + "\n";
+        out += indent + in.text + "\n";
+        for (int u : users[id])
+            if (--pending[u] == 0) ready.insert({pos[u], u});
     }
     return out;
 }

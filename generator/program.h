@@ -1,8 +1,11 @@
 // Straight-line programs as the emitters build them: named instructions with
 // their dependencies, a constant table, and the operation census. The final
-// order is chosen here, once, for every emitter: all loads first (so the body
-// may run in place), then the computation depth-first from each store, which
-// keeps few values alive at a time.
+// order is chosen here, once, for every emitter: instructions follow the order
+// in which the algorithm built their values (one sub-transform after another,
+// which keeps few values alive at a time), loads and shuffles come right
+// before their first use and stores as soon as their value is ready. A body
+// that would store before its last load is refused, so every kernel may run
+// in place.
 #pragma once
 
 #include <map>
@@ -45,8 +48,11 @@ class Program {
 public:
     enum class Kind { kLoad, kCompute, kStore };
     // Adds an instruction `text` (a full statement) that defines nothing or
-    // one value, and depends on the instructions `deps`. Returns its id.
-    int Add(Kind kind, std::string text, std::vector<int> deps);
+    // one value, and depends on the instructions `deps`. `position` orders
+    // computations (the DAG id of the value); kFollowUsers places it right
+    // before its first user. Returns the instruction id.
+    static constexpr double kFollowUsers = -1;
+    int Add(Kind kind, std::string text, std::vector<int> deps, double position = kFollowUsers);
     std::string Emit(const std::string& indent) const;  // throws if a store precedes a load
     Census census;
 
@@ -55,6 +61,7 @@ private:
         Kind kind;
         std::string text;
         std::vector<int> deps;
+        double position;
     };
     std::vector<Instr> instrs_;
 };

@@ -254,6 +254,8 @@ void CheckPlacement(const Entry& e) {
 
 // Source and destination flush against inaccessible pages on either side: any
 // read or write outside the arrays faults. The result must still be exact.
+// A flush array of even length starts 16-byte aligned, so the unaligned body
+// is reached by pairing it with a heap array at 8 mod 16.
 template <class Elem>
 void CheckGuardPages(const Entry& e) {
     using Guard = GuardedBuffer::Guard;
@@ -272,6 +274,15 @@ void CheckGuardPages(const Entry& e) {
             ASSERT_EQ(Call(e, s.As<Elem>(), s.As<Elem>(), kScaleBySqrtN), kStatusOk);
             EXPECT_TRUE(SameBits(s.As<Elem>(), want.data(), e.n)) << "in place";
         }
+        SCOPED_TRACE(testing::Message() << "guard " << (srcGuard == Guard::kAfterEnd ? "after" : "before")
+                                        << ", other array at 8 mod 16");
+        GuardedBuffer s(bytes, srcGuard), d(bytes, srcGuard);
+        std::memcpy(s.As<Elem>(), input.data(), bytes);
+        Array<Elem> misalignedSrc(input, 8), misalignedDst(e.n, 8);
+        ASSERT_EQ(Call(e, s.As<Elem>(), misalignedDst.data(), kScaleBySqrtN), kStatusOk);
+        EXPECT_TRUE(SameBits(misalignedDst.data(), want.data(), e.n)) << "guarded src";
+        ASSERT_EQ(Call(e, misalignedSrc.data(), d.As<Elem>(), kScaleBySqrtN), kStatusOk);
+        EXPECT_TRUE(SameBits(d.As<Elem>(), want.data(), e.n)) << "guarded dst";
     }
 }
 
