@@ -113,8 +113,9 @@ Options Parse(int argc, char** argv) {
         else if (a == "--csv") o.csv = true;
         else Usage(2);
     }
-    if ((o.precision != 0 && o.precision != 32 && o.precision != 64) || o.batches < 1 ||
-        o.batchMicros < 1 || o.refPlans < 1 || (!o.direction.empty() && o.direction != "fwd" && o.direction != "inv"))
+    const bool badDirection = !o.direction.empty() && o.direction != "fwd" && o.direction != "inv";
+    if ((o.precision != 0 && o.precision != 32 && o.precision != 64) || badDirection ||
+        o.batches < 1 || o.batchMicros < 1 || o.refPlans < 1)
         Usage(2);
     return o;
 }
@@ -189,8 +190,8 @@ Result Measure(const Family& fam, Case& c, const Options& o) {
     return r;
 }
 
-// Lengths whose largest prime factor is at least 17: the ones that need a
-// prime-length kernel of their own, and so the hardest to make fast.
+// Lengths whose largest prime factor is at least 17: they cannot be split
+// into small radices, which makes them the hardest to make fast.
 bool LargePrimeFactor(int n) {
     int largest = 1;
     for (int p = 2; p <= n; ++p)
@@ -282,7 +283,8 @@ int Run(const Options& opt) {
     size_t total = 0;
     for (const Family& f : kFamilies) {
         if (!opt.family.empty() && opt.family != f.name) continue;
-        std::fprintf(stderr, "planning %s cases...\n", f.name);
+        std::fprintf(stderr, "setting up %s cases (reference planning takes a while)...\n",
+                     f.name);
         work.emplace_back(&f, CaseList{});
         f.make(opt, work.back().second);
         total += work.back().second.size();
