@@ -8,6 +8,7 @@ namespace gen {
 namespace {
 
 Signal Butterfly(Dag& dag, const Signal& x, int sign);
+Signal Build(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth);
 
 // Direct symmetric-pair evaluation of an odd length p:
 //   u_m = x_m + x_(p-m), v_m = x_m - x_(p-m),
@@ -59,47 +60,63 @@ Signal QuarterFive(Dag& dag, const Signal& x, int sign) {
 // Cooley-Tukey, N = N1*N2: input n = N2*n1 + n2; N2 transforms of length N1,
 // rotations e^(sign 2 pi i n2 k1 / N), N1 transforms of length N2;
 // output k = k1 + N1*k2.
-Signal CooleyTukey(Dag& dag, const Recipe& r, const Signal& x, int sign) {
+Signal CooleyTukey(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     const int n1 = r.parts[0].length, n2 = r.parts[1].length, n = r.length;
     std::vector<Signal> cols(n2);
+    std::vector<std::pair<int, int>> ranges;
     for (int j2 = 0; j2 < n2; ++j2) {
         Signal in(n1);
         for (int j1 = 0; j1 < n1; ++j1) in[j1] = x[n2 * j1 + j2];
-        cols[j2] = Transform(dag, r.parts[0], in, sign);
+        int begin = dag.size();
+        cols[j2] = Build(dag, r.parts[0], in, sign, depth + 1);
+        ranges.push_back({begin, dag.size()});
     }
+    dag.MarkSiblings(ranges, depth);
+    ranges.clear();
     Signal y(n);
     for (int k1 = 0; k1 < n1; ++k1) {
         Signal in(n2);
         for (int j2 = 0; j2 < n2; ++j2)
             in[j2] = dag.Mul(cols[j2][k1], Rotation(static_cast<long long>(j2) * k1, n, sign));
-        Signal out = Transform(dag, r.parts[1], in, sign);
+        int begin = dag.size();
+        Signal out = Build(dag, r.parts[1], in, sign, depth + 1);
+        ranges.push_back({begin, dag.size()});
         for (int k2 = 0; k2 < n2; ++k2) y[k1 + n1 * k2] = out[k2];
     }
+    dag.MarkSiblings(ranges, depth);
     return y;
 }
 
 // Good-Thomas, gcd(N1, N2) = 1: input n = (N2*n1 + N1*n2) mod N, no
 // rotations, output by the Chinese-remainder map k = k1 (mod N1), k2 (mod N2).
-Signal PrimeFactor(Dag& dag, const Recipe& r, const Signal& x, int sign) {
+Signal PrimeFactor(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     const int n1 = r.parts[0].length, n2 = r.parts[1].length, n = r.length;
     if (std::gcd(n1, n2) != 1) throw std::runtime_error("pfa factors must be coprime");
     std::vector<Signal> cols(n2);
+    std::vector<std::pair<int, int>> ranges;
     for (int j2 = 0; j2 < n2; ++j2) {
         Signal in(n1);
         for (int j1 = 0; j1 < n1; ++j1) in[j1] = x[(n2 * j1 + n1 * j2) % n];
-        cols[j2] = Transform(dag, r.parts[0], in, sign);
+        int begin = dag.size();
+        cols[j2] = Build(dag, r.parts[0], in, sign, depth + 1);
+        ranges.push_back({begin, dag.size()});
     }
+    dag.MarkSiblings(ranges, depth);
+    ranges.clear();
     Signal y(n);
     for (int k1 = 0; k1 < n1; ++k1) {
         Signal in(n2);
         for (int j2 = 0; j2 < n2; ++j2) in[j2] = cols[j2][k1];
-        Signal out = Transform(dag, r.parts[1], in, sign);
+        int begin = dag.size();
+        Signal out = Build(dag, r.parts[1], in, sign, depth + 1);
+        ranges.push_back({begin, dag.size()});
         for (int k2 = 0; k2 < n2; ++k2) {
             int k = 0;
             while (k % n1 != k1 || k % n2 != k2) ++k;
             y[k] = out[k2];
         }
     }
+    dag.MarkSiblings(ranges, depth);
     return y;
 }
 
@@ -126,7 +143,7 @@ int PrimitiveRoot(int p) {
 // convolution of length M = p - 1. It is computed as F^-1(F(a) * F(b)/L)
 // with transforms of length L (= M, or a zero-padded L >= 2M - 1). Adding
 // x0 to the zero-frequency product adds it to every convolution output.
-Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign) {
+Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     const int p = r.length, m = p - 1;
     const Recipe& inner = r.parts[0];
     const int l = inner.length;
@@ -139,7 +156,7 @@ Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign) {
     std::vector<Cx> b(l, Cx(0));
     for (int j = 0; j < m; ++j) b[j] = Rotation(PowMod(ginv, j, p), p, sign);
     for (int j = 1; j < m; ++j) b[l - j] = b[m - j];
-    Signal fa = Transform(dag, inner, a, sign);
+    Signal fa = Build(dag, inner, a, sign, depth + 1);
     Signal prod(l);
     for (int j = 0; j < l; ++j) {
         Cx bj = 0;  // transformed kernel, normalised by 1/l, in long double
@@ -147,7 +164,7 @@ Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign) {
         prod[j] = dag.Mul(fa[j], bj / Real(l));
     }
     prod[0] = dag.Add(prod[0], x[0]);
-    Signal conv = Transform(dag, inner, prod, sign);  // conv[(l - r) mod l] = result r
+    Signal conv = Build(dag, inner, prod, sign, depth + 1);  // conv[(l - r) mod l] = result r
 
     Signal y(p);
     y[0] = dag.Add(x[0], fa[0]);
@@ -168,20 +185,22 @@ Signal Butterfly(Dag& dag, const Signal& x, int sign) {
     }
 }
 
-}  // namespace
-
-Signal Transform(Dag& dag, const Recipe& r, const Signal& x, int sign) {
+Signal Build(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     assert(static_cast<int>(x.size()) == r.length);
     switch (r.kind) {
         case Recipe::Kind::kButterfly: return Butterfly(dag, x, sign);
         case Recipe::Kind::kPairs: return SymmetricPairs(dag, x, sign);
         case Recipe::Kind::kQuarterFive: return QuarterFive(dag, x, sign);
         case Recipe::Kind::kRader:
-        case Recipe::Kind::kPaddedRader: return Rader(dag, r, x, sign);
-        case Recipe::Kind::kCooleyTukey: return CooleyTukey(dag, r, x, sign);
-        case Recipe::Kind::kPrimeFactor: return PrimeFactor(dag, r, x, sign);
+        case Recipe::Kind::kPaddedRader: return Rader(dag, r, x, sign, depth);
+        case Recipe::Kind::kCooleyTukey: return CooleyTukey(dag, r, x, sign, depth);
+        case Recipe::Kind::kPrimeFactor: return PrimeFactor(dag, r, x, sign, depth);
     }
     throw std::runtime_error("unknown recipe kind");
 }
+
+}  // namespace
+
+Signal Transform(Dag& dag, const Recipe& r, const Signal& x, int sign) { return Build(dag, r, x, sign, 0); }
 
 }  // namespace gen

@@ -26,9 +26,9 @@ std::string ScaleSetText(int n, ElemType type) {
 
 }  // namespace
 
-GeneratedFile ComplexDftFile(int n, bool single) {
-    const ComplexDftRow& row = RowFor(n);
-    const std::string recipe_text = single ? row.single : row.dbl;
+namespace {
+
+GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
     const Recipe recipe = ParseRecipe(recipe_text);
     if (recipe.length != n) throw std::runtime_error("recipe length mismatch for " + std::to_string(n));
     const bool scalar = single && n <= 5;
@@ -79,6 +79,17 @@ GeneratedFile ComplexDftFile(int n, bool single) {
                 "constexpr qvn::ScaleSet<" + real + "> kScales = " + ScaleSetText(n, type) + ";\n\n" +
                 kernels + "}  // namespace\n\n" + entries;
     return file;
+}
+
+}  // namespace
+
+GeneratedFile ComplexDftFile(int n, bool single) {
+    const ComplexDftRow& row = RowFor(n);
+    return BuildFile(n, single, single ? row.single : row.dbl);
+}
+
+std::string ExploreComplexDft(int n, bool single, const std::string& recipe) {
+    return BuildFile(n, single, recipe).census;
 }
 
 }  // namespace gen

@@ -16,4 +16,8 @@ struct GeneratedFile {
 
 GeneratedFile ComplexDftFile(int n, bool single);
 
+// Census of the forward kernel for a recipe other than the table's: for
+// trying schemes out before changing the table.
+std::string ExploreComplexDft(int n, bool single, const std::string& recipe);
+
 }  // namespace gen

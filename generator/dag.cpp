@@ -79,4 +79,16 @@ Value Dag::Mul(Value x, Cx w) {
     return {Intern(n), false};
 }
 
+void Dag::MarkSiblings(const std::vector<std::pair<int, int>>& ranges, int depth) {
+    for (size_t i = 0; i + 1 < ranges.size(); i += 2) {
+        auto [a, a_end] = ranges[i];
+        auto [b, b_end] = ranges[i + 1];
+        int count = a_end - a;
+        if (count == 0 || count != b_end - b) continue;
+        bool same = true;
+        for (int k = 0; k < count && same; ++k) same = nodes_[a + k].op == nodes_[b + k].op;
+        if (same) twins_.push_back(Twins{depth, a, b, count});
+    }
+}
+
 }  // namespace gen

@@ -54,9 +54,24 @@ public:
     const Node& at(int id) const { return nodes_[id]; }
     int size() const { return static_cast<int>(nodes_.size()); }
 
+    // Twin sub-transforms: two sibling transforms of one stage built the same
+    // node sequence, independent of each other. An emitter that puts two
+    // complex values in one register runs each such pair side by side, node
+    // i of the first next to node i of the second. `depth` is the nesting
+    // level of the stage (0 = outermost), so outer pairings can be preferred.
+    struct Twins {
+        int depth;
+        int first_begin, second_begin, count;
+    };
+    // Ranges [begin, end) of the nodes each sibling created, in stage order;
+    // neighbours (0, 1), (2, 3), ... become twins where their nodes match.
+    void MarkSiblings(const std::vector<std::pair<int, int>>& ranges, int depth);
+    const std::vector<Twins>& twins() const { return twins_; }
+
 private:
     int Intern(const Node& n);
     std::vector<Node> nodes_;
+    std::vector<Twins> twins_;
     std::map<std::tuple<int, int, int, int, Real, Real>, int> index_;
 };
 

@@ -7,6 +7,7 @@
 // Unpaired operations run in one half of a vector.
 #include <algorithm>
 #include <map>
+#include <set>
 #include <stdexcept>
 #include <tuple>
 
@@ -35,24 +36,23 @@ public:
 
     KernelText Run() {
         const Dag& dag = in_.dag;
-        std::vector<int> nodes = ReachableNodes(dag, in_.outputs);
-        std::vector<int> level(dag.size(), 0);
-        std::map<int, std::map<OpClass, std::vector<int>>> by_level;
-        for (int id : nodes) {
-            const Node& n = dag.at(id);
-            if (n.op == Op::kLoad) {
-                loads_[n.index] = id;
-                continue;
-            }
-            level[id] = 1 + std::max(level[n.a], n.b >= 0 ? level[n.b] : 0);
-            by_level[level[id]][ClassOf(n.op)].push_back(id);
+        for (int id : ReachableNodes(dag, in_.outputs)) {
+            reachable_.insert(id);
+            if (dag.at(id).op == Op::kLoad) loads_[dag.at(id).index] = id;
         }
         EmitLoads();
-        for (auto& [lvl, classes] : by_level)
-            for (auto& [cls, members] : classes) EmitGroup(members);
+        PlanTwins();
+        PlanByLevel();
+        for (const auto& unit : OrderUnits()) {
+            if (unit.second >= 0) {
+                EmitPair(unit.first, unit.second);
+            } else {
+                EmitSingle(unit.first);
+            }
+        }
         EmitStores();
 
-        KernelText text;
+    KernelText text;
         text.body = "    const __m128 vscale = _mm_set1_ps(scale);\n";
         for (const auto& [name, def] : prelude_) text.body += "    const __m128 " + name + " = " + def + ";\n";
         text.body += prog_.Emit("    ");
@@ -140,6 +140,9 @@ private:
         };
         for (int j = 0; 2 * j + 1 < n; ++j) {
             prog_.census.loads++;
+            // Loaded pairs count as planned units too (negative ids).
+            plan_[load_node(2 * j)] = {-2 - j, 0};
+            plan_[load_node(2 * j + 1)] = {-2 - j, 1};
             NewVec(Program::Kind::kLoad, "Mem::Load(x + " + std::to_string(4 * j) + ")", {}, load_node(2 * j),
                    load_node(2 * j + 1));
         }
@@ -154,44 +157,139 @@ private:
     struct Arrangement {
         int a_lo, b_lo, a_hi, b_hi, cost;
     };
-    Arrangement BestAddSub(int lo, int hi) const {
+    template <class Cost>
+    Arrangement BestAddSub(int lo, int hi, Cost pair_cost) const {
         const Node& nl = in_.dag.at(lo);
         const Node& nh = in_.dag.at(hi);
         Arrangement best{-1, -1, -1, -1, 1 << 20};
         for (int sl = 0; sl < (nl.op == Op::kAdd ? 2 : 1); ++sl)
             for (int sh = 0; sh < (nh.op == Op::kAdd ? 2 : 1); ++sh) {
                 Arrangement a{sl ? nl.b : nl.a, sl ? nl.a : nl.b, sh ? nh.b : nh.a, sh ? nh.a : nh.b, 0};
-                a.cost = PairCost(a.a_lo, a.a_hi) + PairCost(a.b_lo, a.b_hi) + (nl.op != nh.op ? 1 : 0);
+                a.cost = pair_cost(a.a_lo, a.a_hi) + pair_cost(a.b_lo, a.b_hi) + (nl.op != nh.op ? 1 : 0);
                 if (a.cost < best.cost) best = a;
             }
         return best;
     }
 
-    int PairCostOf(int lo, int hi) const {
-        const Node& nl = in_.dag.at(lo);
-        if (ClassOf(nl.op) == OpClass::kAddSub) return BestAddSub(lo, hi).cost;
-        return PairCost(nl.a, in_.dag.at(hi).a);
+
+    // ---- Planning: which nodes share a vector, before any code is written.
+
+    void PlanUnit(int lo, int hi) {
+        int unit = static_cast<int>(units_.size());
+        units_.push_back({lo, hi});
+        plan_[lo] = {unit, 0};
+        if (hi >= 0) plan_[hi] = {unit, 1};
+    }
+    bool Planned(int node) const { return plan_.count(node) != 0; }
+
+    // Twin sub-transforms run side by side, outermost stages first: their
+    // loads are neighbours in memory, and so are their stores.
+    void PlanTwins() {
+        std::vector<Dag::Twins> twins = in_.dag.twins();
+        std::stable_sort(twins.begin(), twins.end(),
+                         [](const Dag::Twins& a, const Dag::Twins& b) { return a.depth < b.depth; });
+        for (const auto& t : twins)
+            for (int k = 0; k < t.count; ++k) {
+                int a = t.first_begin + k, b = t.second_begin + k;
+                if (!reachable_.count(a) || !reachable_.count(b) || Planned(a) || Planned(b)) continue;
+                PlanUnit(a, b);
+            }
     }
 
-    void EmitGroup(const std::vector<int>& members) {
-        std::vector<std::tuple<int, int, int>> candidates;  // cost, lo, hi
-        for (size_t i = 0; i < members.size(); ++i)
-            for (size_t j = i + 1; j < members.size(); ++j) {
-                int a = members[i], b = members[j];
-                candidates.emplace_back(PairCostOf(a, b), a, b);
-                candidates.emplace_back(PairCostOf(b, a), b, a);
-            }
-        std::sort(candidates.begin(), candidates.end());
-        std::map<int, bool> used;
-        for (auto [cost, lo, hi] : candidates) {
-            if (cost > 2) break;  // two shuffles still beat two half-empty operations
-            if (used[lo] || used[hi]) continue;
-            used[lo] = used[hi] = true;
-            EmitPair(lo, hi);
-        }
-        for (int id : members)
-            if (!used[id]) EmitSingle(id);
+    int PlannedPairCost(int lo, int hi) const {
+        auto a = plan_.find(lo), b = plan_.find(hi);
+        if (a == plan_.end() || b == plan_.end()) return 1;
+        return a->second.first == b->second.first && a->second.second == 0 && b->second.second == 1 ? 0 : 1;
     }
+
+    // The rest (rotations between stages, Rader products, direct forms) is
+    // paired among operations of one kind on one level, cheapest first.
+    // Levels go in quarter steps: an add or subtract is one level above its
+    // operands, a multiplication a quarter level, so rotations do not shift
+    // the stage after them; operations of one kind on one level never depend
+    // on each other.
+    void PlanByLevel() {
+        const Dag& dag = in_.dag;
+        std::map<int, int> level;
+        std::map<int, std::map<OpClass, std::vector<int>>> groups;
+        for (int id : reachable_) {
+            const Node& n = dag.at(id);
+            if (n.op == Op::kLoad) {
+                level[id] = 0;
+                continue;
+            }
+            int operands = std::max(level[n.a], n.b >= 0 ? level[n.b] : 0);
+            level[id] = ClassOf(n.op) == OpClass::kAddSub ? (operands / 4 + 1) * 4 : operands + 1;
+            if (!Planned(id)) groups[level[id]][ClassOf(n.op)].push_back(id);
+        }
+        auto cost = [&](int lo, int hi) {
+            const Node& nl = dag.at(lo);
+            const Node& nh = dag.at(hi);
+            if (ClassOf(nl.op) != OpClass::kAddSub) return PlannedPairCost(nl.a, nh.a);
+            auto c = [&](int a, int b) { return PlannedPairCost(a, b); };
+            return BestAddSub(lo, hi, c).cost;
+        };
+        for (auto& [lvl, classes] : groups)
+            for (auto& [cls, members] : classes) {
+                std::vector<std::tuple<int, int, int>> candidates;  // cost, lo, hi
+                for (size_t i = 0; i < members.size(); ++i)
+                    for (size_t j = i + 1; j < members.size(); ++j) {
+                        candidates.emplace_back(cost(members[i], members[j]), members[i], members[j]);
+                        candidates.emplace_back(cost(members[j], members[i]), members[j], members[i]);
+                    }
+                std::sort(candidates.begin(), candidates.end());
+                for (auto [c, lo, hi] : candidates) {
+                    if (c > 2) break;  // two shuffles still beat two half-empty operations
+                    if (Planned(lo) || Planned(hi)) continue;
+                    PlanUnit(lo, hi);
+                }
+                for (int id : members)
+                    if (!Planned(id)) PlanUnit(id, -1);
+            }
+    }
+
+    // Units in dependency order (smallest node first among the ready ones).
+    // A pair that waits on itself through the other half is split.
+    std::vector<std::pair<int, int>> OrderUnits() {
+        const Dag& dag = in_.dag;
+        std::vector<std::pair<int, int>> order;
+        std::set<int> emitted_nodes;
+        for (const auto& [index, node] : loads_) emitted_nodes.insert(node);
+        std::vector<std::pair<int, int>> pending = units_;
+        auto ready = [&](int node) {
+            const Node& n = dag.at(node);
+            return (n.a < 0 || emitted_nodes.count(n.a)) && (n.b < 0 || emitted_nodes.count(n.b));
+        };
+        while (!pending.empty()) {
+            int best = -1;
+            for (size_t i = 0; i < pending.size(); ++i) {
+                auto [lo, hi] = pending[i];
+                if (!ready(lo) || (hi >= 0 && !ready(hi))) continue;
+                int key = hi >= 0 ? std::min(lo, hi) : lo;
+                int best_key = best < 0 ? 0 : (pending[best].second >= 0 ? std::min(pending[best].first, pending[best].second)
+                                                                           : pending[best].first);
+                if (best < 0 || key < best_key) best = static_cast<int>(i);
+            }
+            if (best < 0) {
+                // Only possible when a pair's halves depend on each other.
+                for (size_t i = 0; i < pending.size(); ++i)
+                    if (pending[i].second >= 0) {
+                        int hi = pending[i].second;
+                        pending[i].second = -1;
+                        pending.push_back({hi, -1});
+                        break;
+                    }
+                continue;
+            }
+            order.push_back(pending[best]);
+            emitted_nodes.insert(pending[best].first);
+            if (pending[best].second >= 0) emitted_nodes.insert(pending[best].second);
+            pending.erase(pending.begin() + best);
+        }
+        return order;
+    }
+
+    // ---- Emission.
 
     void EmitPair(int lo, int hi) {
         const Node& nl = in_.dag.at(lo);
@@ -199,7 +297,7 @@ private:
         Census& c = prog_.census;
         switch (ClassOf(nl.op)) {
             case OpClass::kAddSub: {
-                Arrangement a = BestAddSub(lo, hi);
+                Arrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q); });
                 int va = Gather(a.a_lo, a.a_hi), vb = Gather(a.b_lo, a.b_hi);
                 std::string expr;
                 ++c.adds;
@@ -336,6 +434,9 @@ private:
     Program prog_;
     std::vector<Vec> vecs_;
     std::map<int, int> loads_;                          // input index -> node
+    std::set<int> reachable_;                           // nodes the outputs need, ascending
+    std::vector<std::pair<int, int>> units_;            // planned (lo, hi); hi -1 for a single
+    std::map<int, std::pair<int, int>> plan_;           // node -> (unit, half)
     std::map<int, std::vector<std::pair<int, int>>> where_;  // node -> (vec, half)
     std::map<std::pair<int, int>, int> exact_;          // (lo, hi) -> vec
     std::map<std::string, std::string> prelude_;        // masks and signed scales

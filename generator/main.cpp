@@ -3,6 +3,7 @@
 // Files are rewritten only when their text changes, so the build recompiles
 // just the kernels a generator change touched. Output is deterministic.
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -26,13 +27,24 @@ void WriteIfChanged(const std::filesystem::path& path, const std::string& text) 
 }
 
 int Usage() {
-    std::fprintf(stderr, "usage: qvngen-gen complex-dft OUTDIR\n");
+    std::fprintf(stderr,
+                 "usage: qvngen-gen complex-dft OUTDIR\n"
+                 "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n");
     return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 5 && std::string(argv[1]) == "explore") {
+        try {
+            std::printf("%s", gen::ExploreComplexDft(std::atoi(argv[2]), std::string(argv[3]) == "32fc", argv[4]).c_str());
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
+            return 1;
+        }
+        return 0;
+    }
     if (argc != 3) return Usage();
     const std::string family = argv[1];
     const std::filesystem::path dir = argv[2];
