@@ -1,0 +1,152 @@
+// Unit tests of the code generator's stages: exact rotations, the DAG
+// simplifier, the recipe parser, the algorithms (evaluated exactly on the DAG,
+// independent of any emitter) and the scheduler's in-place guard.
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <random>
+#include <stdexcept>
+
+#include "algorithms.h"
+#include "dag.h"
+#include "program.h"
+#include "recipe.h"
+#include "reference.h"
+#include "twiddle.h"
+
+namespace {
+
+using gen::Cx;
+using gen::Real;
+
+TEST(Rotation, QuadrantsAreExactAndOctantsSymmetric) {
+    for (int n : {4, 8, 12, 16, 24, 60, 64}) {
+        EXPECT_EQ(gen::Rotation(0, n, -1), Cx(1, 0));
+        EXPECT_EQ(gen::Rotation(n / 4, n, +1), Cx(0, 1)) << n;
+        EXPECT_EQ(gen::Rotation(n / 2, n, +1), Cx(-1, 0)) << n;
+        EXPECT_EQ(gen::Rotation(3 * n / 4, n, -1), Cx(0, 1)) << n;
+    }
+    for (int n : {8, 16, 32, 64}) {
+        Cx w = gen::Rotation(n / 8, n, +1);
+        EXPECT_EQ(w.real(), w.imag()) << n;
+    }
+    for (int n = 3; n <= 128; ++n)
+        for (int k = 0; k < n; ++k) {
+            Cx a = gen::Rotation(k, n, -1), b = gen::Rotation(n - k, n, +1);
+            ASSERT_EQ(a, b) << k << "/" << n;  // e^(-i t) = e^(i (2 pi - t)), bit for bit
+            ASSERT_NEAR(static_cast<double>(std::abs(a)), 1.0, 1e-18);
+        }
+}
+
+TEST(Dag, SimplifiesTrivialMultiplicationsAndFoldsSigns) {
+    gen::Dag dag;
+    gen::Value x = dag.Load(0), y = dag.Load(1);
+    const int base = dag.size();
+    EXPECT_EQ(dag.Mul(x, Cx(1, 0)).node, x.node);
+    gen::Value minus = dag.Mul(x, Cx(-1, 0));
+    EXPECT_EQ(minus.node, x.node);
+    EXPECT_TRUE(minus.negated);
+    EXPECT_TRUE(dag.Mul(x, Cx(0, 0)).IsZero());
+    EXPECT_EQ(dag.size(), base) << "no node for multiplications by 1, -1, 0";
+
+    gen::Value ix = dag.Mul(x, Cx(0, 1));
+    EXPECT_EQ(dag.at(ix.node).op, gen::Op::kMulI);
+    gen::Value minus_ix = dag.Mul(x, Cx(0, -1));
+    EXPECT_EQ(minus_ix.node, ix.node);
+    EXPECT_TRUE(minus_ix.negated);
+    gen::Value back = dag.MulI(ix);  // i * i * x = -x
+    EXPECT_EQ(back.node, x.node);
+    EXPECT_TRUE(back.negated);
+
+    gen::Value half = dag.MulReal(x, -0.5L);
+    EXPECT_TRUE(half.negated);
+    EXPECT_EQ(dag.at(half.node).c, 0.5L) << "constants are kept positive";
+
+    gen::Value d = dag.Add(x, gen::Dag::Neg(y));
+    EXPECT_EQ(dag.at(d.node).op, gen::Op::kSub);
+    EXPECT_EQ(dag.Add(y, x).node, dag.Add(x, y).node) << "hash-consing of commutative adds";
+    EXPECT_TRUE(dag.Sub(x, x).IsZero());
+    EXPECT_EQ(dag.Add(x, gen::Value{}).node, x.node);
+}
+
+TEST(Recipe, ParsesTheTableAndRejectsNonsense) {
+    for (const auto& row : gen::kComplexDftTable) {
+        EXPECT_EQ(gen::ParseRecipe(row.single).length, row.n) << row.single;
+        EXPECT_EQ(gen::ParseRecipe(row.dbl).length, row.n) << row.dbl;
+    }
+    EXPECT_EQ(gen::ParseRecipe("pfa(2, 3, 5)").length, 30);
+    EXPECT_EQ(gen::ParseRecipe("rader(pfa(2, rader(10)))").length, 23);
+    for (const char* bad : {"rader(5)", "ct(2)", "pfa(2, 4", "fft(8)", "radpad(47, 64)", "3 3"})
+        EXPECT_THROW(gen::ParseRecipe(bad), std::runtime_error) << bad;
+}
+
+// Evaluates the DAG exactly (long double) for one input vector.
+std::vector<Cx> Evaluate(const gen::Dag& dag, const gen::Signal& outputs, const std::vector<Cx>& x) {
+    std::vector<Cx> v(dag.size());
+    for (int id = 0; id < dag.size(); ++id) {
+        const gen::Node& n = dag.at(id);
+        switch (n.op) {
+            case gen::Op::kLoad: v[id] = x[n.index]; break;
+            case gen::Op::kAdd: v[id] = v[n.a] + v[n.b]; break;
+            case gen::Op::kSub: v[id] = v[n.a] - v[n.b]; break;
+            case gen::Op::kMulReal: v[id] = v[n.a] * n.c; break;
+            case gen::Op::kMulCplx: v[id] = v[n.a] * Cx(n.c, n.d); break;
+            case gen::Op::kMulI: v[id] = v[n.a] * Cx(0, 1); break;
+        }
+    }
+    std::vector<Cx> y;
+    for (const gen::Value& o : outputs) {
+        Cx value = o.IsZero() ? Cx(0) : v[o.node];
+        y.push_back(o.negated ? -value : value);
+    }
+    return y;
+}
+
+// Every scheme of the table, both directions, computes the DFT, and its DAG
+// holds no multiplication the simplifier should have removed.
+TEST(Algorithms, EveryTableSchemeIsTheDft) {
+    std::mt19937 rng(7);
+    std::uniform_real_distribution<double> u(-1, 1);
+    for (const auto& row : gen::kComplexDftTable)
+        for (const char* text : {row.single, row.dbl})
+            for (int sign : {-1, +1}) {
+                gen::Dag dag;
+                gen::Signal x(row.n);
+                for (int i = 0; i < row.n; ++i) x[i] = dag.Load(i);
+                gen::Signal y = gen::Transform(dag, gen::ParseRecipe(text), x, sign);
+                std::vector<Cx> in(row.n);
+                for (auto& c : in) c = Cx(u(rng), u(rng));
+                std::vector<Cx> got = Evaluate(dag, y, in);
+                std::vector<Cx> want = qvntest::ReferenceDft(in, sign);
+                Real err = 0, norm = 0;
+                for (int k = 0; k < row.n; ++k) {
+                    err += std::norm(got[k] - want[k]);
+                    norm += std::norm(want[k]);
+                }
+                EXPECT_LT(std::sqrt(err / norm), 1e-16L) << text << " sign " << sign;
+                for (int id = 0; id < dag.size(); ++id) {
+                    const gen::Node& n = dag.at(id);
+                    if (n.op == gen::Op::kMulReal) ASSERT_TRUE(n.c > 0 && n.c != 1) << text;
+                    if (n.op == gen::Op::kMulCplx) ASSERT_TRUE(n.c > 0 && n.d != 0) << text;
+                }
+            }
+}
+
+TEST(Program, RefusesToStoreBeforeTheLastLoad) {
+    gen::Program ok;
+    int a = ok.Add(gen::Program::Kind::kLoad, "a", {});
+    int b = ok.Add(gen::Program::Kind::kLoad, "b", {});
+    int s = ok.Add(gen::Program::Kind::kCompute, "s", {a, b}, 0);
+    ok.Add(gen::Program::Kind::kStore, "store s", {s});
+    EXPECT_NO_THROW(ok.Emit(""));
+
+    gen::Program bad;  // the first store needs only `a`, the second needs `b`
+    a = bad.Add(gen::Program::Kind::kLoad, "a", {});
+    bad.Add(gen::Program::Kind::kStore, "store a", {a});
+    b = bad.Add(gen::Program::Kind::kLoad, "b", {});
+    int t = bad.Add(gen::Program::Kind::kCompute, "t", {b}, 5);
+    bad.Add(gen::Program::Kind::kStore, "store t", {t});
+    EXPECT_THROW(bad.Emit(""), std::runtime_error);
+}
+
+}  // namespace
