@@ -161,7 +161,13 @@ Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     for (int j = 0; j < l; ++j) {
         Cx bj = 0;  // transformed kernel, normalised by 1/l, in long double
         for (int q = 0; q < l; ++q) bj += b[q] * Rotation(static_cast<long long>(j) * q, l, sign);
-        prod[j] = dag.Mul(fa[j], bj / Real(l));
+        // Symmetric kernels give exactly real or imaginary values; the long
+        // double sum leaves ~1e-20 where the value is zero. Snap those, so the
+        // product becomes a real or imaginary scaling instead of a full
+        // complex multiplication.
+        bj /= Real(l);
+        auto snap = [](Real v) { return std::fabs(v) < 1e-16L ? Real(0) : v; };
+        prod[j] = dag.Mul(fa[j], Cx(snap(bj.real()), snap(bj.imag())));
     }
     prod[0] = dag.Add(prod[0], x[0]);
     Signal conv = Build(dag, inner, prod, sign, depth + 1);  // conv[(l - r) mod l] = result r
