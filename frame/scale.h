@@ -7,7 +7,9 @@
 
 namespace qvn {
 
-enum class Direction { kForward, kInverse };
+// kSelfInverse: transforms that are their own inverse (WHT, Hartley), where
+// flags 1 and 2 both select 1/N.
+enum class Direction { kForward, kInverse, kSelfInverse };
 
 // The three scale constants a fixed-length entry can apply: 1, 1/N, 1/sqrt(N).
 // Kernels keep them as literals of their own precision.
@@ -27,7 +29,7 @@ inline bool SelectScale(int32_t flag, const ScaleSet<Real>& k, Real* scale) {
     } else if (flag == kScaleBySqrtN) {
         *scale = k.invSqrtN;
     } else if (flag == kScaleFwdByN) {
-        *scale = kDir == Direction::kForward ? k.invN : k.one;
+        *scale = kDir == Direction::kInverse ? k.one : k.invN;
     } else if (flag == kScaleInvByN) {
         *scale = kDir == Direction::kForward ? k.one : k.invN;
     } else {

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "complex_dft_file.h"
+#include "wht_file.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ void WriteIfChanged(const std::filesystem::path& path, const std::string& text) 
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: qvngen-gen complex-dft OUTDIR\n"
+                 "usage: qvngen-gen complex-dft|wht OUTDIR\n"
                  "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n");
     return 2;
 }
@@ -50,14 +51,26 @@ int main(int argc, char** argv) {
     const std::filesystem::path dir = argv[2];
     try {
         std::filesystem::create_directories(dir);
-        if (family != "complex-dft") return Usage();
-        std::string census = "# Operation census of the complex DFT kernels (written by qvngen-gen).\n";
-        for (int single = 1; single >= 0; --single)
-            for (int n = 2; n <= 64; ++n) {
-                gen::GeneratedFile f = gen::ComplexDftFile(n, single == 1);
-                WriteIfChanged(dir / f.name, f.text);
-                census += f.census;
-            }
+        std::string census;
+        if (family == "complex-dft") {
+            census = "# Operation census of the complex DFT kernels (written by qvngen-gen).\n";
+            for (int single = 1; single >= 0; --single)
+                for (int n = 2; n <= 64; ++n) {
+                    gen::GeneratedFile f = gen::ComplexDftFile(n, single == 1);
+                    WriteIfChanged(dir / f.name, f.text);
+                    census += f.census;
+                }
+        } else if (family == "wht") {
+            census = "# Operation census of the Walsh-Hadamard kernels, all passes (written by qvngen-gen).\n";
+            for (int single = 1; single >= 0; --single)
+                for (int order = 1; order <= 13; ++order) {
+                    gen::GeneratedFile f = gen::WhtFile(order, single == 1);
+                    WriteIfChanged(dir / f.name, f.text);
+                    census += f.census;
+                }
+        } else {
+            return Usage();
+        }
         WriteIfChanged(dir / "census.txt", census);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "qvngen-gen: %s\n", e.what());

@@ -23,6 +23,23 @@
  *
  * Status codes: kStatusNullPointer when src or dst is null (tested first),
  * kStatusBadFlag for any other flag value.
+ *
+ * Walsh-Hadamard transform of 2^k real values, order k = 1..13:
+ *   Status qvngWHT_<k>_32f(const float* src, float* dst, ScaleFlag flag, uint8_t* buffer);
+ *   Status qvngWHT_<k>_64f(const double* src, double* dst, ScaleFlag flag, uint8_t* buffer);
+ *   Status qvngWHT_32f(const float* src, float* dst, int32_t order, ScaleFlag flag, uint8_t* buffer);
+ *   Status qvngWHTGetBufferSize_32f(int32_t order, int32_t* size);   (and _64f)
+ *
+ *   y[j] = s * sum_n x[n] * (-1)^popcount(n & j)   (natural order)
+ *   flag 1 and 2: s = 1/2^k; flag 4: s = 1/sqrt(2^k); flag 8: s = 1.
+ *
+ * Orders 1..7 never touch the buffer. Orders 8..13 pass their data through
+ * it: pass a 16-byte aligned block of qvngWHTGetBufferSize bytes, or null to
+ * let the call take one from qvnMalloc and give it back before returning.
+ * Should that allocation fail, the call still computes the transform, using
+ * the destination as its work area. The generic entry returns
+ * kStatusBadSize for an order outside 1..13 before any other check; the
+ * size query then writes nothing.
  */
 #ifndef QVNGEN_H
 #define QVNGEN_H
@@ -118,5 +135,18 @@ QVN_DECL(const LibraryVersion*) qvngenGetLibVersion(void);
                                                 ScaleFlag flag);
 QVNG_FOR_EACH_LENGTH(QVNG_DECLARE_CTOC)
 #undef QVNG_DECLARE_CTOC
+
+/* Walsh-Hadamard transform: qvngWHT_1_32f ... qvngWHT_13_64f. */
+#define QVNG_FOR_EACH_WHT_ORDER(X) X(1) X(2) X(3) X(4) X(5) X(6) X(7) X(8) X(9) X(10) X(11) X(12) X(13)
+#define QVNG_DECLARE_WHT(K)                                                                       \
+    QVN_DECL(Status) qvngWHT_##K##_32f(const float* src, float* dst, ScaleFlag flag, uint8_t* buffer); \
+    QVN_DECL(Status) qvngWHT_##K##_64f(const double* src, double* dst, ScaleFlag flag, uint8_t* buffer);
+QVNG_FOR_EACH_WHT_ORDER(QVNG_DECLARE_WHT)
+#undef QVNG_DECLARE_WHT
+
+QVN_DECL(Status) qvngWHT_32f(const float* src, float* dst, int32_t order, ScaleFlag flag, uint8_t* buffer);
+QVN_DECL(Status) qvngWHT_64f(const double* src, double* dst, int32_t order, ScaleFlag flag, uint8_t* buffer);
+QVN_DECL(Status) qvngWHTGetBufferSize_32f(int32_t order, int32_t* size);
+QVN_DECL(Status) qvngWHTGetBufferSize_64f(int32_t order, int32_t* size);
 
 #endif /* QVNGEN_H */

@@ -1,0 +1,324 @@
+// Walsh-Hadamard kernels. The transform of N = 2^k points is the Kronecker
+// power of the 2-point butterfly, so it factors along the bits of the index:
+//   - bits that select the vector (or the row, or the column) are butterflies
+//     between whole vectors, lane by lane, with no shuffles;
+//   - the bits inside a vector (2 for float, 1 for double) are done by
+//     transposing blocks of vectors, butterflying, and transposing back.
+// Orders up to 7 stay in registers. Larger orders run in passes through the
+// work area: contiguous rows first, then columns a few lanes at a time, the
+// largest ones with a middle pass; every pass is a short loop around a
+// straight-line kernel written here.
+#include "wht_file.h"
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace gen {
+namespace {
+
+struct Prec {
+    bool single;
+    const char* real;
+    const char* vec;
+    const char* suffix;
+    int lanes;
+};
+
+Prec PrecOf(bool single) {
+    return single ? Prec{true, "float", "__m128", "ps", 4} : Prec{false, "double", "__m128d", "pd", 2};
+}
+
+// Straight-line code with SSA names and a census.
+class Writer {
+public:
+    explicit Writer(const Prec& p) : p_(p) {}
+    std::string New() { return "t" + std::to_string(next_++); }
+    std::string Op(const char* op, const std::string& a, const std::string& b) {
+        std::string t = New();
+        line("const " + std::string(p_.vec) + " " + t + " = _mm_" + op + "_" + p_.suffix + "(" + a + ", " + b + ");");
+        return t;
+    }
+    // Butterflies between the values whose positions differ in bit `stride`.
+    void Stage(std::vector<std::string>& v, size_t stride) {
+        for (size_t i = 0; i < v.size(); ++i)
+            if ((i & stride) == 0) {
+                std::string a = Op("add", v[i], v[i | stride]);
+                std::string b = Op("sub", v[i], v[i | stride]);
+                census.adds += 2;
+                v[i] = a;
+                v[i | stride] = b;
+            }
+    }
+    void AllStages(std::vector<std::string>& v) {
+        for (size_t stride = 1; stride < v.size(); stride <<= 1) Stage(v, stride);
+    }
+    // Transposes lanes x vectors of one block (4 x 4 floats or 2 x 2 doubles).
+    void Transpose(std::vector<std::string>& v, size_t first) {
+        census.shuffles += p_.single ? 8 : 2;
+        if (!p_.single) {
+            std::string a = Op("unpacklo", v[first], v[first + 1]);
+            std::string b = Op("unpackhi", v[first], v[first + 1]);
+            v[first] = a;
+            v[first + 1] = b;
+            return;
+        }
+        std::string t0 = Op("unpacklo", v[first], v[first + 1]), t1 = Op("unpackhi", v[first], v[first + 1]);
+        std::string t2 = Op("unpacklo", v[first + 2], v[first + 3]), t3 = Op("unpackhi", v[first + 2], v[first + 3]);
+        v[first] = Op("movelh", t0, t2);
+        v[first + 1] = Op("movehl", t2, t0);
+        v[first + 2] = Op("movelh", t1, t3);
+        v[first + 3] = Op("movehl", t3, t1);
+    }
+    // The bits inside each vector: transpose each block, butterfly, transpose back.
+    void LaneStages(std::vector<std::string>& v) {
+        const size_t l = static_cast<size_t>(p_.lanes);
+        for (size_t first = 0; first < v.size(); first += l) {
+            comment("lanes of vectors " + std::to_string(first) + ".." + std::to_string(first + l - 1));
+            Transpose(v, first);
+            std::vector<std::string> block(v.begin() + first, v.begin() + first + l);
+            AllStages(block);
+            std::copy(block.begin(), block.end(), v.begin() + first);
+            Transpose(v, first);
+        }
+    }
+    void line(const std::string& s) { text += "    " + s + "\n"; }
+    void comment(const std::string& s) { line("// " + s); }
+
+    std::string text;
+    Census census;
+
+private:
+    const Prec& p_;
+    int next_ = 0;
+};
+
+// The transform of `count` vectors (lane by lane, plus the bits inside each
+// vector when `lanes_too`), in two phases that each keep at most eight
+// vectors busy, so the values fit the sixteen registers: first groups of
+// eight consecutive vectors are loaded and butterflied on their low bits,
+// then the vectors that share those low bits are butterflied on the high
+// bits and stored. All loads come before the first store, so `in` may be
+// `out`. Returns the code; the census goes to `census`.
+std::string BlockedTransform(const Prec& p, int count, const std::string& step, bool lanes_too, bool scaled,
+                             Census& census) {
+    Writer w(p);
+    int low = 1;
+    while (low < count && low < 8) low <<= 1;
+    const int groups = count / low;
+    std::vector<std::string> v(count);
+    for (int g = 0; g < groups; ++g) {
+        std::vector<std::string> group;
+        for (int i = 0; i < low; ++i) {
+            int index = g * low + i;
+            std::string t = w.New();
+            w.line("const " + std::string(p.vec) + " " + t + " = Mem::Load(in + " + std::to_string(index) + " * " +
+                   step + ");");
+            group.push_back(t);
+        }
+        w.census.loads += low;
+        if (lanes_too) w.LaneStages(group);
+        if (low > 1) w.comment("vectors " + std::to_string(g * low) + ".." + std::to_string(g * low + low - 1));
+        w.AllStages(group);
+        std::copy(group.begin(), group.end(), v.begin() + g * low);
+    }
+    std::string stores;
+    for (int r = 0; r < low; ++r) {
+        std::vector<std::string> set;
+        for (int g = 0; g < groups; ++g) set.push_back(v[g * low + r]);
+        if (groups > 1) w.comment("vectors " + std::to_string(r) + " + " + std::to_string(low) + "k");
+        w.AllStages(set);
+        for (int g = 0; g < groups; ++g) v[g * low + r] = set[g];
+    }
+    for (int i = 0; i < count; ++i) {
+        std::string value = scaled ? "_mm_mul_" + std::string(p.suffix) + "(" + v[i] + ", s)" : v[i];
+        w.line("Mem::Store(out + " + std::to_string(i) + " * " + step + ", " + value + ");");
+    }
+    w.census.stores += count;
+    if (scaled) w.census.muls += count;
+    census = w.census;
+    return w.text;
+}
+
+// Transform of n contiguous values, in registers: in -> out, scaled or not.
+std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name, Census& census) {
+    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(p.lanes), true, scaled, census);
+    std::string sig = scaled ? ", " + std::string(p.vec) + " s" : "";
+    return "template <class Mem>\ninline void " + name + "(const " + p.real + "* in, " + p.real + "* out" + sig +
+           ") {\n" + body + "}\n\n";
+}
+
+// Transform of n values down a column, `lanes` columns at once, kStride apart.
+std::string ColumnKernel(const Prec& p, int n, const std::string& name, Census& census) {
+    Census scaled_census;
+    std::string scaled = BlockedTransform(p, n, "kStride", false, true, scaled_census);
+    std::string plain = BlockedTransform(p, n, "kStride", false, false, census);
+    auto indent = [](const std::string& text) {
+        std::string out;
+        size_t start = 0;
+        while (start < text.size()) {
+            size_t end = text.find('\n', start);
+            out += "    " + text.substr(start, end - start + 1);
+            start = end + 1;
+        }
+        return out;
+    };
+    census.stores = 0;  // counted per call by the caller
+    return "template <class Mem, int kStride, bool kScaled>\ninline void " + name + "(const " + p.real + "* in, " +
+           p.real + "* out, " + p.vec + " s) {\n    if constexpr (kScaled) {\n" + indent(scaled) +
+           "    } else {\n        (void)s;\n" + indent(plain) + "    }\n}\n\n";
+}
+
+// Scalar body for the smallest orders: plain float/double arithmetic.
+std::string ScalarBody(const Prec& p, int n, Census& census) {
+    std::string text;
+    std::vector<std::string> v;
+    for (int i = 0; i < n; ++i) {
+        v.push_back("x" + std::to_string(i));
+        text += "    const " + std::string(p.real) + " x" + std::to_string(i) + " = x[" + std::to_string(i) + "];\n";
+    }
+    int next = 0;
+    for (int stride = 1; stride < n; stride <<= 1)
+        for (int i = 0; i < n; ++i)
+            if ((i & stride) == 0) {
+                std::string a = "t" + std::to_string(next++), b = "t" + std::to_string(next++);
+                text += "    const " + std::string(p.real) + " " + a + " = " + v[i] + " + " + v[i | stride] + ", " + b +
+                        " = " + v[i] + " - " + v[i | stride] + ";\n";
+                v[i] = a;
+                v[i | stride] = b;
+                census.adds += 2;
+            }
+    for (int i = 0; i < n; ++i) text += "    y[" + std::to_string(i) + "] = " + v[i] + " * scale;\n";
+    census.loads += n;
+    census.stores += n;
+    census.muls += n;
+    return text;
+}
+
+// Row and column lengths of the passes (row = contiguous, the last one
+// first): orders 8..11 (float) and 8..10 (double) in two passes, the larger
+// ones in three.
+std::vector<int> PassShape(int order, bool single) {
+    if (single) {
+        switch (order) {
+            case 8: return {8, 32};
+            case 9: return {16, 32};
+            case 10: return {32, 32};
+            case 11: return {32, 64};
+            case 12: return {16, 16, 16};
+            case 13: return {16, 16, 32};
+        }
+    } else {
+        switch (order) {
+            case 8: return {16, 16};
+            case 9: return {16, 32};
+            case 10: return {32, 32};
+            case 11: return {8, 16, 16};
+            case 12: return {16, 16, 16};
+            case 13: return {16, 16, 32};
+        }
+    }
+    throw std::runtime_error("no pass shape for order " + std::to_string(order));
+}
+
+}  // namespace
+
+GeneratedFile WhtFile(int order, bool single) {
+    const Prec p = PrecOf(single);
+    const int n = 1 << order;
+    const std::string prec = single ? "32f" : "64f";
+    const bool scalar = single ? order <= 3 : order <= 2;
+    const bool passes = order >= 8;
+    const ElemType type = single ? ElemType::kFloat : ElemType::kDouble;
+
+    GeneratedFile file;
+    file.name = "wht_" + std::to_string(order) + "_" + prec + ".cpp";
+    std::string kernels, body, layout;
+    Census census;
+    if (scalar) {
+        layout = "scalar";
+        body = ScalarBody(p, n, census);
+    } else if (!passes) {
+        layout = std::string("SSE2 in registers, ") + std::to_string(p.lanes) + " values per vector";
+        kernels = RowKernel(p, n, true, "Transform", census);
+        body = "    Transform<Mem>(x, y, _mm_set1_" + std::string(p.suffix) + "(scale));\n";
+    } else {
+        std::vector<int> shape = PassShape(order, single);
+        const int row = shape.back();
+        Census c;
+        kernels += RowKernel(p, row, false, "Row" + std::to_string(row), c);
+        census.adds += c.adds * (n / row);
+        census.shuffles += c.shuffles * (n / row);
+        census.loads += c.loads * (n / row);
+        census.stores += c.stores * (n / row);
+        layout = "passes";
+        std::string vs = "_mm_set1_" + std::string(p.suffix) + "(scale)";
+        body += "    const " + std::string(p.vec) + " s = " + vs + ";\n";
+        body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area.\n";
+        body += "    for (int r = 0; r < " + std::to_string(n / row) + "; ++r) Row" + std::to_string(row) +
+                "<Mem>(x + " + std::to_string(row) + " * r, work + " + std::to_string(row) + " * r);\n";
+        // Column kernels, one per distinct length; the census counts every call.
+        auto count_calls = [&](const Census& k, int calls, bool scaled, int len) {
+            census.adds += k.adds * calls;
+            census.loads += k.loads * calls;
+            census.stores += len * calls;
+            if (scaled) census.muls += len * calls;
+        };
+        std::vector<int> lengths{shape[0]};
+        if (shape.size() == 3 && shape[1] != shape[0]) lengths.push_back(shape[1]);
+        for (int len : lengths) {
+            Census k;
+            kernels += ColumnKernel(p, len, "Column" + std::to_string(len), k);
+            if (len == shape[0]) count_calls(k, n / len / p.lanes, true, len);
+            if (shape.size() == 3 && len == shape[1]) count_calls(k, n / len / p.lanes, false, len);
+        }
+        const int lanes = p.lanes;
+        if (shape.size() == 2) {
+            const int rows = shape[0];
+            body += "    // Pass 2: the " + std::to_string(rows) + "-point transform down the " + std::to_string(row) +
+                    " columns, " + std::to_string(lanes) + " at a time, scaled, into the destination.\n";
+            body += "    for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) + ") Column" +
+                    std::to_string(rows) + "<Mem, " + std::to_string(row) + ", true>(work + c, y + c, s);\n";
+        } else {
+            const int a = shape[0], b = shape[1];
+            body += "    // Pass 2: the " + std::to_string(b) + "-point transform down the columns of each of the " +
+                    std::to_string(a) + " blocks of " + std::to_string(b) + " x " + std::to_string(row) +
+                    ", in place.\n";
+            body += "    for (int blk = 0; blk < " + std::to_string(a) + "; ++blk)\n";
+            body += "        for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) +
+                    ") Column" + std::to_string(b) + "<Mem, " + std::to_string(row) + ", false>(work + " +
+                    std::to_string(b * row) + " * blk + c, work + " + std::to_string(b * row) + " * blk + c, s);\n";
+            body += "    // Pass 3: the " + std::to_string(a) + "-point transform across the blocks, scaled, into "
+                    "the destination.\n";
+            body += "    for (int c = 0; c < " + std::to_string(b * row) + "; c += " + std::to_string(lanes) +
+                    ") Column" + std::to_string(a) + "<Mem, " + std::to_string(b * row) +
+                    ", true>(work + c, y + c, s);\n";
+        }
+    }
+
+    const double inv_n = 1.0 / n, inv_sqrt = 1.0 / std::sqrt(static_cast<double>(n));
+    std::string scales = "{" + HexLiteral(1.0L, type) + ", " + HexLiteral(inv_n, type) + " /* " + DecimalText(inv_n, type) +
+                         " */, " + HexLiteral(inv_sqrt, type) + " /* " + DecimalText(inv_sqrt, type) + " */}";
+    const bool two_bodies = !scalar;
+    file.census = "qvngWHT_" + std::to_string(order) + "_" + prec + ": " + census.Text() + "\n";
+    file.text = "// Generated by qvngen-gen wht -- do not edit.\n"
+                "// Walsh-Hadamard transform, order " + std::to_string(order) + " (" + std::to_string(n) +
+                " points), " + (single ? "single" : "double") + " precision (" + layout + ").\n"
+                "// " + census.Text() + "\n"
+                "#include <emmintrin.h>\n\n"
+                "#include \"frame/sse_access.h\"\n"
+                "#include \"frame/wht_entry.h\"\n\n"
+                "namespace {\n\n"
+                "constexpr qvn::ScaleSet<" + p.real + "> kScales = " + scales + ";\n\n" + kernels +
+                "template <class Mem>\n"
+                "inline void Body(const " + p.real + "* x, " + p.real + "* y, " + p.real + " scale, " + p.real +
+                "* work) {\n" + (passes ? "" : "    (void)work;\n") + body + "}\n\n"
+                "using Kernel = qvn::WhtKernel<" + p.real + ", " + std::to_string(order) + ", kScales, " +
+                (two_bodies ? "true" : "false") + ", Body<qvn::AlignedAccess>, Body<qvn::UnalignedAccess>>;\n\n"
+                "}  // namespace\n\n"
+                "QVN_DEFINE_WHT_ENTRY(qvngWHT_" + std::to_string(order) + "_" + prec + ", Kernel)\n";
+    return file;
+}
+
+}  // namespace gen
