@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Checks the 32-bit library: it is i386 code, every export that takes three
-# 32-bit arguments removes them itself (stdcall: "ret $0xc"), and the
-# export list matches the 64-bit one.
+# Checks the 32-bit library: it is i386 code and every export removes its own
+# 32-bit arguments (stdcall: "ret $0x<4 * count>").
 set -euo pipefail
 lib=${1:?usage: check-m32.sh path/to/libqvngenz3.so}
 
@@ -13,8 +12,13 @@ bad=0
 for name in $exports; do
   [[ $name == qvngenGetLibVersion ]] && continue
   count=$((count + 1))
-  # The entry's own body ends in "ret $0xc" when the callee pops 12 bytes.
-  if ! objdump -d --no-show-raw-insn "$lib" --disassemble="$name" | grep -q 'ret *\$0xc'; then
+  case $name in
+    qvngWHTGetBufferSize_*) pop=0x8 ;;   # order, size
+    qvngWHT_32f | qvngWHT_64f) pop=0x14 ;;  # src, dst, order, flag, buffer
+    qvngWHT_*) pop=0x10 ;;               # src, dst, flag, buffer
+    *) pop=0xc ;;                        # src, dst, flag
+  esac
+  if ! objdump -d --no-show-raw-insn "$lib" --disassemble="$name" | grep -q "ret *\\\$$pop *$"; then
     echo "not stdcall: $name"
     bad=$((bad + 1))
   fi
