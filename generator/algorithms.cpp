@@ -1,6 +1,7 @@
 #include "algorithms.h"
 
 #include <cassert>
+#include <functional>
 #include <numeric>
 #include <stdexcept>
 
@@ -57,34 +58,51 @@ Signal QuarterFive(Dag& dag, const Signal& x, int sign) {
             dag.Sub(a2, turn(b2)), dag.Sub(a1, turn(b1))};
 }
 
-// Cooley-Tukey, N = N1*N2: input n = N2*n1 + n2; N2 transforms of length N1,
-// rotations e^(sign 2 pi i n2 k1 / N), N1 transforms of length N2;
-// output k = k1 + N1*k2.
-Signal CooleyTukey(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
-    const int n1 = r.parts[0].length, n2 = r.parts[1].length, n = r.length;
+// The two-factor structure shared by Cooley-Tukey and Good-Thomas, N = N1*N2:
+// N2 column transforms of length N1 over x[input(j1, j2)], a rotation of
+// element (j2, k1), then N1 row transforms of length N2 whose outputs go to
+// y[output(k1, k2)]. The transforms of each stage are recorded as siblings,
+// so the paired emitter can run neighbours side by side.
+struct TwoFactorMap {
+    std::function<int(int, int)> input;     // (j1, j2) -> n
+    std::function<Cx(int, int)> rotation;   // (j2, k1) -> factor
+    std::function<int(int, int)> output;    // (k1, k2) -> k
+};
+
+Signal TwoFactor(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth, const TwoFactorMap& map) {
+    const int n1 = r.parts[0].length, n2 = r.parts[1].length;
     std::vector<Signal> cols(n2);
     std::vector<std::pair<int, int>> ranges;
     for (int j2 = 0; j2 < n2; ++j2) {
         Signal in(n1);
-        for (int j1 = 0; j1 < n1; ++j1) in[j1] = x[n2 * j1 + j2];
+        for (int j1 = 0; j1 < n1; ++j1) in[j1] = x[map.input(j1, j2)];
         int begin = dag.size();
         cols[j2] = Build(dag, r.parts[0], in, sign, depth + 1);
         ranges.push_back({begin, dag.size()});
     }
     dag.MarkSiblings(ranges, depth);
     ranges.clear();
-    Signal y(n);
+    Signal y(r.length);
     for (int k1 = 0; k1 < n1; ++k1) {
         Signal in(n2);
-        for (int j2 = 0; j2 < n2; ++j2)
-            in[j2] = dag.Mul(cols[j2][k1], Rotation(static_cast<long long>(j2) * k1, n, sign));
+        for (int j2 = 0; j2 < n2; ++j2) in[j2] = dag.Mul(cols[j2][k1], map.rotation(j2, k1));
         int begin = dag.size();
         Signal out = Build(dag, r.parts[1], in, sign, depth + 1);
         ranges.push_back({begin, dag.size()});
-        for (int k2 = 0; k2 < n2; ++k2) y[k1 + n1 * k2] = out[k2];
+        for (int k2 = 0; k2 < n2; ++k2) y[map.output(k1, k2)] = out[k2];
     }
     dag.MarkSiblings(ranges, depth);
     return y;
+}
+
+// Cooley-Tukey: input n = N2*n1 + n2, rotations e^(sign 2 pi i n2 k1 / N),
+// output k = k1 + N1*k2.
+Signal CooleyTukey(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
+    const int n1 = r.parts[0].length, n2 = r.parts[1].length, n = r.length;
+    return TwoFactor(dag, r, x, sign, depth,
+                     {[=](int j1, int j2) { return n2 * j1 + j2; },
+                      [=](int j2, int k1) { return Rotation(static_cast<long long>(j2) * k1, n, sign); },
+                      [=](int k1, int k2) { return k1 + n1 * k2; }});
 }
 
 // Good-Thomas, gcd(N1, N2) = 1: input n = (N2*n1 + N1*n2) mod N, no
@@ -92,32 +110,14 @@ Signal CooleyTukey(Dag& dag, const Recipe& r, const Signal& x, int sign, int dep
 Signal PrimeFactor(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     const int n1 = r.parts[0].length, n2 = r.parts[1].length, n = r.length;
     if (std::gcd(n1, n2) != 1) throw std::runtime_error("pfa factors must be coprime");
-    std::vector<Signal> cols(n2);
-    std::vector<std::pair<int, int>> ranges;
-    for (int j2 = 0; j2 < n2; ++j2) {
-        Signal in(n1);
-        for (int j1 = 0; j1 < n1; ++j1) in[j1] = x[(n2 * j1 + n1 * j2) % n];
-        int begin = dag.size();
-        cols[j2] = Build(dag, r.parts[0], in, sign, depth + 1);
-        ranges.push_back({begin, dag.size()});
-    }
-    dag.MarkSiblings(ranges, depth);
-    ranges.clear();
-    Signal y(n);
-    for (int k1 = 0; k1 < n1; ++k1) {
-        Signal in(n2);
-        for (int j2 = 0; j2 < n2; ++j2) in[j2] = cols[j2][k1];
-        int begin = dag.size();
-        Signal out = Build(dag, r.parts[1], in, sign, depth + 1);
-        ranges.push_back({begin, dag.size()});
-        for (int k2 = 0; k2 < n2; ++k2) {
-            int k = 0;
-            while (k % n1 != k1 || k % n2 != k2) ++k;
-            y[k] = out[k2];
-        }
-    }
-    dag.MarkSiblings(ranges, depth);
-    return y;
+    auto crt = [=](int k1, int k2) {
+        int k = 0;
+        while (k % n1 != k1 || k % n2 != k2) ++k;
+        return k;
+    };
+    return TwoFactor(dag, r, x, sign, depth,
+                     {[=](int j1, int j2) { return (n2 * j1 + n1 * j2) % n; }, [](int, int) { return Cx(1); },
+                      crt});
 }
 
 int PowMod(long long base, long long e, long long m) {

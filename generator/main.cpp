@@ -51,26 +51,28 @@ int main(int argc, char** argv) {
     const std::filesystem::path dir = argv[2];
     try {
         std::filesystem::create_directories(dir);
-        std::string census;
-        if (family == "complex-dft") {
-            census = "# Operation census of the complex DFT kernels (written by qvngen-gen).\n";
-            for (int single = 1; single >= 0; --single)
-                for (int n = 2; n <= 64; ++n) {
-                    gen::GeneratedFile f = gen::ComplexDftFile(n, single == 1);
-                    WriteIfChanged(dir / f.name, f.text);
-                    census += f.census;
-                }
-        } else if (family == "wht") {
-            census = "# Operation census of the Walsh-Hadamard kernels, all passes (written by qvngen-gen).\n";
-            for (int single = 1; single >= 0; --single)
-                for (int order = 1; order <= 13; ++order) {
-                    gen::GeneratedFile f = gen::WhtFile(order, single == 1);
-                    WriteIfChanged(dir / f.name, f.text);
-                    census += f.census;
-                }
-        } else {
-            return Usage();
-        }
+        // Each family: a census title and the files of every size and precision.
+        struct Family {
+            const char* name;
+            const char* title;
+            int first, last;
+            gen::GeneratedFile (*file)(int, bool);
+        };
+        const Family families[] = {
+            {"complex-dft", "complex DFT kernels", 2, 64, gen::ComplexDftFile},
+            {"wht", "Walsh-Hadamard kernels, all passes", 1, 13, gen::WhtFile},
+        };
+        const Family* chosen = nullptr;
+        for (const Family& f : families)
+            if (family == f.name) chosen = &f;
+        if (chosen == nullptr) return Usage();
+        std::string census = std::string("# Operation census of the ") + chosen->title + " (written by qvngen-gen).\n";
+        for (int single = 1; single >= 0; --single)
+            for (int size = chosen->first; size <= chosen->last; ++size) {
+                gen::GeneratedFile f = chosen->file(size, single == 1);
+                WriteIfChanged(dir / f.name, f.text);
+                census += f.census;
+            }
         WriteIfChanged(dir / "census.txt", census);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
