@@ -93,7 +93,14 @@ private:
 
 long double Pi();
 
+// The plain radix-2 Walsh-Hadamard loop (wht_loop.cpp, built at -O3) that
+// the generated kernels are compared with; out of place, 2^order values.
+void WhtLoop(const float* src, float* dst, int order);
+void WhtLoop(const double* src, double* dst, int order);
+
 // Families.
 void MakeComplexDftCases(const Options& opt, CaseList& out);
+void MakeWhtFftwCases(const Options& opt, CaseList& out);
+void MakeWhtLoopCases(const Options& opt, CaseList& out);
 
 }  // namespace qvnbench

@@ -24,6 +24,9 @@ namespace {
 // Adding a transform family is one line here plus its Make function.
 const Family kFamilies[] = {
     {"dft-c", "complex DFT", MakeComplexDftCases},
+    // Two tables under one name: the reference column holds FFTW, then the loop.
+    {"wht", "Walsh-Hadamard vs FFTW rank-k size-2 R2HC", MakeWhtFftwCases},
+    {"wht", "Walsh-Hadamard vs radix-2 loop at -O3 (its column headed FFTW)", MakeWhtLoopCases},
 };
 
 volatile double g_sink;
@@ -58,7 +61,7 @@ const char kUsage[] =
     "  --n LIST          lengths to run: 16 | 16,17,32 | 2-16 (default all)\n"
     "  --precision P     32 or 64 (default both)\n"
     "  --direction D     fwd or inv (default both)\n"
-    "  --family F        transform family (default all; known: dft-c)\n"
+    "  --family F        transform family (default all; known: dft-c, wht)\n"
     "  --batches K       timed batches per implementation (default 31)\n"
     "  --batch-us T      target length of one batch in microseconds (default 40)\n"
     "  --err-trials K    random input vectors behind the error figure (default 8)\n"

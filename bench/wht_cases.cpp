@@ -1,0 +1,198 @@
+// Walsh-Hadamard family: qvngWHT_<k>_{32f,64f}, k = 1..13, timed against two
+// references. FFTW has no Walsh-Hadamard transform, but a rank-k real-to-real
+// transform of size 2 in every dimension with kind R2HC is one: a size-2 R2HC
+// is the butterfly (a + b, a - b), and applying it along every bit of the
+// index is the transform in natural order. The other reference is the plain
+// radix-2 loop of wht_loop.cpp, built at -O3. Each reference is its own
+// registry entry (both answer to --family wht), so each gets its own table;
+// the reference column of the table holds the reference of its title.
+#include <fftw3.h>
+
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+#include "bench.h"
+#include "qvncore.h"
+#include "qvngen.h"
+
+namespace qvnbench {
+namespace {
+
+// The double and single precision FFTW calls under one set of names.
+fftw_plan PlanR2r(int rank, const int* dims, double* in, double* out, const fftw_r2r_kind* kinds) {
+    return fftw_plan_r2r(rank, dims, in, out, kinds, FFTW_PATIENT);
+}
+fftwf_plan PlanR2r(int rank, const int* dims, float* in, float* out, const fftw_r2r_kind* kinds) {
+    return fftwf_plan_r2r(rank, dims, in, out, kinds, FFTW_PATIENT);
+}
+void Execute(fftw_plan p) { fftw_execute(p); }
+void Execute(fftwf_plan p) { fftwf_execute(p); }
+void Destroy(fftw_plan p) { fftw_destroy_plan(p); }
+void Destroy(fftwf_plan p) { fftwf_destroy_plan(p); }
+
+template <class Real>
+using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag, uint8_t*);
+
+#define QVNB_WHT32(K) qvngWHT_##K##_32f,
+#define QVNB_WHT64(K) qvngWHT_##K##_64f,
+const Entry<float> kEntries32[] = {QVNG_FOR_EACH_WHT_ORDER(QVNB_WHT32)};
+const Entry<double> kEntries64[] = {QVNG_FOR_EACH_WHT_ORDER(QVNB_WHT64)};
+#undef QVNB_WHT32
+#undef QVNB_WHT64
+
+template <class Real>
+class WhtCase final : public Case {
+    using Plan = decltype(PlanR2r(0, nullptr, static_cast<Real*>(nullptr), nullptr, nullptr));
+
+public:
+    WhtCase(int order, bool viaFftw, const Options& opt)
+        : Case("wht", 8 * sizeof(Real), "fwd", 1 << order), order_(order), viaFftw_(viaFftw),
+          trials_(opt.errTrials > 0 ? opt.errTrials : 1) {
+        if constexpr (sizeof(Real) == 4) entry_ = kEntries32[order - 1];
+        else entry_ = kEntries64[order - 1];
+        int32_t bufferBytes = 0;
+        if ((sizeof(Real) == 4 ? qvngWHTGetBufferSize_32f : qvngWHTGetBufferSize_64f)(order, &bufferBytes) != kStatusOk)
+            throw std::runtime_error("qvngWHTGetBufferSize failed");
+        src_ = static_cast<Real*>(qvnMalloc(n * sizeof(Real)));
+        dst_ = static_cast<Real*>(qvnMalloc(n * sizeof(Real)));
+        buffer_ = static_cast<uint8_t*>(qvnMalloc(bufferBytes));  // null for orders 1..7
+        in_ = static_cast<Real*>(qvnMalloc(n * sizeof(Real)));
+        out_ = static_cast<Real*>(qvnMalloc(n * sizeof(Real)));
+        if (!src_ || !dst_ || (bufferBytes > 0 && !buffer_) || !in_ || !out_) throw std::bad_alloc();
+
+        // Random input, the same for both references and both precisions,
+        // and its transform in long double: exact for float input, within a
+        // few units of 2^-64 for double.
+        Random rng(0x3a7d1u + static_cast<std::uint64_t>(order));
+        input_.resize(static_cast<size_t>(trials_) * n);
+        for (Real& v : input_) v = static_cast<Real>(rng.Next());
+        want_.assign(input_.begin(), input_.end());
+        for (int t = 0; t < trials_; ++t) {
+            long double* y = &want_[static_cast<size_t>(n) * t];
+            for (int h = 1; h < n; h *= 2)
+                for (int i = 0; i < n; i += 2 * h)
+                    for (int j = i; j < i + h; ++j) {
+                        const long double a = y[j], b = y[j + h];
+                        y[j] = a + b, y[j + h] = a - b;
+                    }
+        }
+
+        // As for the DFT cases: plan afresh a few times, keep the fastest.
+        if (viaFftw_) {
+            const std::vector<int> dims(order, 2);
+            const std::vector<fftw_r2r_kind> kinds(order, FFTW_R2HC);
+            double best = 0;
+            for (int p = 0; p < opt.refPlans; ++p) {
+                if constexpr (sizeof(Real) == 4) fftwf_forget_wisdom();
+                else fftw_forget_wisdom();
+                Plan cand = PlanR2r(order, dims.data(), in_, out_, kinds.data());
+                if (!cand) throw std::runtime_error("FFTW could not plan a transform");
+                double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
+                    for (long i = 0; i < calls; ++i) Execute(cand);
+                });
+                if (!plan_ || t < best) {
+                    if (plan_) Destroy(plan_);
+                    plan_ = cand, best = t;
+                } else {
+                    Destroy(cand);
+                }
+            }
+        }
+        Load(0);  // planning overwrote the arrays
+    }
+
+    ~WhtCase() override {
+        if (plan_) Destroy(plan_);
+        for (void* p : {static_cast<void*>(src_), static_cast<void*>(dst_), static_cast<void*>(buffer_),
+                        static_cast<void*>(in_), static_cast<void*>(out_)})
+            qvnFree(p);
+    }
+
+    // All three work out of place on aligned arrays and leave their source
+    // alone, so every call of a batch sees the first trial's input.
+    void RunOurs(long calls) override {
+        for (long i = 0; i < calls; ++i) entry_(src_, dst_, kScaleNone, buffer_);
+        Consume(dst_[n - 1]);
+    }
+
+    void RunRef(long calls) override {
+        if (viaFftw_) {
+            for (long i = 0; i < calls; ++i) Execute(plan_);
+        } else {
+            for (long i = 0; i < calls; ++i) WhtLoop(in_, out_, order_);
+        }
+        Consume(out_[n - 1]);
+    }
+
+    double ErrOurs() override {
+        ErrorAccumulator acc;
+        for (int t = 0; t < trials_; ++t) {
+            Load(t);
+            if (Status st = entry_(src_, dst_, kScaleNone, buffer_); st != kStatusOk) {
+                std::fprintf(stderr, "qvngWHT_%d_%df returned status %d\n", order_, precision, static_cast<int>(st));
+                Load(0);
+                return std::numeric_limits<double>::quiet_NaN();
+            }
+            Compare(dst_, t, acc);
+        }
+        Load(0);
+        return acc.Value();
+    }
+
+    double ErrRef() override {
+        ErrorAccumulator acc;
+        for (int t = 0; t < trials_; ++t) {
+            Load(t);
+            RunRef(1);
+            Compare(out_, t, acc);
+        }
+        Load(0);
+        return acc.Value();
+    }
+
+private:
+    void Load(int t) {
+        const Real* x = &input_[static_cast<size_t>(n) * t];
+        std::memcpy(src_, x, n * sizeof(Real));
+        std::memcpy(in_, x, n * sizeof(Real));
+    }
+
+    void Compare(const Real* got, int t, ErrorAccumulator& acc) const {
+        const long double* want = &want_[static_cast<size_t>(n) * t];
+        for (int i = 0; i < n; ++i) acc.Add(got[i], want[i]);
+    }
+
+    int order_;
+    bool viaFftw_;
+    int trials_;
+    Entry<Real> entry_ = nullptr;
+    Real* src_ = nullptr;
+    Real* dst_ = nullptr;
+    uint8_t* buffer_ = nullptr;
+    Real* in_ = nullptr;
+    Real* out_ = nullptr;
+    Plan plan_ = nullptr;
+    std::vector<Real> input_;
+    std::vector<long double> want_;
+};
+
+void AddCases(bool viaFftw, const Options& opt, CaseList& out) {
+    for (int prec : {32, 64}) {
+        for (int order = 1; order <= 13; ++order) {
+            if (!opt.Wants(1 << order, prec, "fwd")) continue;
+            if (prec == 32) out.push_back(std::make_unique<WhtCase<float>>(order, viaFftw, opt));
+            else out.push_back(std::make_unique<WhtCase<double>>(order, viaFftw, opt));
+        }
+    }
+}
+
+}  // namespace
+
+void MakeWhtFftwCases(const Options& opt, CaseList& out) { AddCases(true, opt, out); }
+void MakeWhtLoopCases(const Options& opt, CaseList& out) { AddCases(false, opt, out); }
+
+}  // namespace qvnbench
