@@ -55,6 +55,7 @@ using CaseList = std::vector<std::unique_ptr<Case>>;
 struct Family {
     const char* name;   // --family value and first csv column
     const char* title;  // table heading
+    const char* reference;  // what the reference column holds
     void (*make)(const Options& opt, CaseList& out);
 };
 
