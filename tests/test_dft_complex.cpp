@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <climits>
 #include <cmath>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -435,6 +437,48 @@ TEST(ComplexDftScale, KnownConstantBits) {
     CheckScaleBits<Complex32f>(63, kScaleBySqrtN, 0x3E01030A);
     CheckScaleBits<Complex64f>(63, kScaleBySqrtN, 0x3FC02061446FFA99);
     CheckScaleBits<Complex32f>(2, kScaleBySqrtN, 0x3F3504F3);
+}
+
+// ---------------------------------------------------------------------------
+// Re-entrancy: the entries keep no state, so four threads running every
+// entry at once on their own data get exactly the single-threaded bits. A
+// kernel that kept a scratch array or a lazily built table in static storage
+// would fail here (under the sanitizer build, loudly).
+
+template <class Elem>
+std::vector<Elem> RunOnce(const Entry& e, unsigned seed) {
+    Array<Elem> x(RandomSignal<Elem>(e.n, seed)), y(e.n);
+    EXPECT_EQ(Call(e, x.data(), y.data(), kScaleBySqrtN), kStatusOk) << e.name;
+    return std::vector<Elem>(y.data(), y.data() + e.n);
+}
+
+template <class Elem>
+bool SameBits(const std::vector<Elem>& a, const std::vector<Elem>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(Elem)) == 0;
+}
+
+TEST(ComplexDftConcurrency, ThreadsGetSingleThreadedBits) {
+    constexpr int kThreads = 4, kRounds = 20;
+    std::vector<std::vector<Complex32f>> want32(kEntryCount);
+    std::vector<std::vector<Complex64f>> want64(kEntryCount);
+    for (int i = 0; i < kEntryCount; ++i) {
+        if (kEntries[i].f32) want32[i] = RunOnce<Complex32f>(kEntries[i], 77u + i);
+        else want64[i] = RunOnce<Complex64f>(kEntries[i], 77u + i);
+    }
+    std::atomic<int> mismatches{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&, t] {
+            for (int round = 0; round < kRounds; ++round)
+                for (int k = 0; k < kEntryCount; ++k) {
+                    const int i = (k + t * 61) % kEntryCount;  // threads run different entries at once
+                    const bool same = kEntries[i].f32 ? SameBits(RunOnce<Complex32f>(kEntries[i], 77u + i), want32[i])
+                                                      : SameBits(RunOnce<Complex64f>(kEntries[i], 77u + i), want64[i]);
+                    if (!same) ++mismatches;
+                }
+        });
+    for (std::thread& th : threads) th.join();
+    EXPECT_EQ(mismatches.load(), 0);
 }
 
 }  // namespace
