@@ -73,10 +73,12 @@ Signal TwoFactor(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth
     const int n1 = r.parts[0].length, n2 = r.parts[1].length;
     std::vector<Signal> cols(n2);
     std::vector<std::pair<int, int>> ranges;
+    const std::string scheme = Describe(r);
     for (int j2 = 0; j2 < n2; ++j2) {
         Signal in(n1);
         for (int j1 = 0; j1 < n1; ++j1) in[j1] = x[map.input(j1, j2)];
         int begin = dag.size();
+        dag.Label(begin, scheme + ": column " + std::to_string(j2) + " of " + std::to_string(n2));
         cols[j2] = Build(dag, r.parts[0], in, sign, depth + 1);
         ranges.push_back({begin, dag.size()});
     }
@@ -85,6 +87,7 @@ Signal TwoFactor(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth
     Signal y(r.length);
     for (int k1 = 0; k1 < n1; ++k1) {
         Signal in(n2);
+        dag.Label(dag.size(), scheme + ": row " + std::to_string(k1) + " of " + std::to_string(n1));
         for (int j2 = 0; j2 < n2; ++j2) in[j2] = dag.Mul(cols[j2][k1], map.rotation(j2, k1));
         int begin = dag.size();
         Signal out = Build(dag, r.parts[1], in, sign, depth + 1);
@@ -156,7 +159,9 @@ Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
     std::vector<Cx> b(l, Cx(0));
     for (int j = 0; j < m; ++j) b[j] = Rotation(PowMod(ginv, j, p), p, sign);
     for (int j = 1; j < m; ++j) b[l - j] = b[m - j];
+    dag.Label(dag.size(), "rader(" + std::to_string(p) + "): transform of the permuted inputs");
     Signal fa = Build(dag, inner, a, sign, depth + 1);
+    dag.Label(dag.size(), "rader(" + std::to_string(p) + "): products with the transformed kernel");
     Signal prod(l);
     for (int j = 0; j < l; ++j) {
         Cx bj = 0;  // transformed kernel, normalised by 1/l, in long double
@@ -170,6 +175,7 @@ Signal Rader(Dag& dag, const Recipe& r, const Signal& x, int sign, int depth) {
         prod[j] = dag.Mul(fa[j], Cx(snap(bj.real()), snap(bj.imag())));
     }
     prod[0] = dag.Add(prod[0], x[0]);
+    dag.Label(dag.size(), "rader(" + std::to_string(p) + "): inverse transform, the cyclic convolution");
     Signal conv = Build(dag, inner, prod, sign, depth + 1);  // conv[(l - r) mod l] = result r
 
     Signal y(p);

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <map>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -68,10 +69,16 @@ public:
     void MarkSiblings(const std::vector<std::pair<int, int>>& ranges, int depth);
     const std::vector<Twins>& twins() const { return twins_; }
 
+    // Labels for the generated code: the node id where a stage of the
+    // algorithm starts, and what it computes ("16-point ct(4, 4), column 3").
+    void Label(int first_node, std::string text) { labels_.emplace(first_node, std::move(text)); }
+    const std::multimap<int, std::string>& labels() const { return labels_; }
+
 private:
     int Intern(const Node& n);
     std::vector<Node> nodes_;
     std::vector<Twins> twins_;
+    std::multimap<int, std::string> labels_;
     std::map<std::tuple<int, int, int, int, Real, Real>, int> index_;
 };
 

@@ -35,4 +35,8 @@ KernelText EmitSsePaired(const KernelInput& in);
 // Nodes the outputs depend on, in topological order (ids ascending).
 std::vector<int> ReachableNodes(const Dag& dag, const Signal& outputs);
 
+// Comment lines for the stages of the algorithm that start at `node` (with
+// a trailing newline), or "".
+std::string StageComments(const Dag& dag, int node);
+
 }  // namespace gen

@@ -22,6 +22,13 @@ std::vector<int> ReachableNodes(const Dag& dag, const Signal& outputs) {
     return order;
 }
 
+std::string StageComments(const Dag& dag, int node) {
+    std::string out;
+    auto range = dag.labels().equal_range(node);
+    for (auto it = range.first; it != range.second; ++it) out += "// " + it->second + "\n";
+    return out;
+}
+
 KernelText EmitScalar(const KernelInput& in, bool products_in_double) {
     Program prog;
     std::map<std::string, std::string> const_names;  // literal -> name
@@ -87,7 +94,9 @@ KernelText EmitScalar(const KernelInput& in, bool products_in_double) {
         }
         const bool load = n.op == Op::kLoad;
         instr_of[id] = prog.Add(load ? Program::Kind::kLoad : Program::Kind::kCompute,
-                                "const float " + t(id, 'r') + " = " + re + ", " + t(id, 'i') + " = " + im + ";", deps,
+                                StageComments(in.dag, id) + "const float " + t(id, 'r') + " = " + re + ", " +
+                                    t(id, 'i') + " = " + im + ";",
+                                deps,
                                 load ? Program::kFollowUsers : id);
     }
     for (int k = 0; k < in.n; ++k) {

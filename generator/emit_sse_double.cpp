@@ -47,7 +47,7 @@ KernelText EmitSseDouble(const KernelInput& in) {
         }
         const bool load = n.op == Op::kLoad;
         instr_of[id] = prog.Add(load ? Program::Kind::kLoad : Program::Kind::kCompute,
-                                "const __m128d " + v(id) + " = " + expr + ";", deps,
+                                (load ? "" : StageComments(in.dag, id)) + "const __m128d " + v(id) + " = " + expr + ";", deps,
                                 load ? Program::kFollowUsers : id);
     }
     bool any_negated = false;

@@ -78,7 +78,12 @@ private:
         // and shuffles move next to their first user.
         bool operation = kind == Program::Kind::kCompute && !shuffle;
         double position = operation ? std::min(lo >= 0 ? lo : hi, hi >= 0 ? hi : lo) : Program::kFollowUsers;
-        int instr = prog_.Add(kind, "const __m128 " + Name(vec) + " = " + expr + ";", deps, position);
+        std::string comments;
+        if (operation) {
+            comments = StageComments(in_.dag, lo >= 0 ? lo : hi);
+            if (lo >= 0 && hi >= 0) comments += StageComments(in_.dag, hi);
+        }
+        int instr = prog_.Add(kind, comments + "const __m128 " + Name(vec) + " = " + expr + ";", deps, position);
         vecs_.push_back(Vec{instr, {lo, hi}});
         if (lo >= 0) where_[lo].push_back({vec, 0});
         if (hi >= 0) where_[hi].push_back({vec, 1});

@@ -104,7 +104,13 @@ std::string Program::Emit(const std::string& indent) const {
         // In-place safety: the destination may be the source.
         if (in.kind == Kind::kLoad && stored)
             throw std::runtime_error("refusing to emit a body that stores before its last load");
-        out += indent + in.text + "\n";
+        size_t start = 0;  // the text may carry comment lines before the statement
+        while (start < in.text.size()) {
+            size_t end = in.text.find('\n', start);
+            if (end == std::string::npos) end = in.text.size();
+            out += indent + in.text.substr(start, end - start) + "\n";
+            start = end + 1;
+        }
         for (int u : users[id])
             if (--pending[u] == 0) ready.insert({pos[u], u});
     }
