@@ -12,6 +12,9 @@
  *   Status qvngDFTFwd_CToC_<N>_64fc(const Complex64f* src, Complex64f* dst, ScaleFlag flag);
  *   Status qvngDFTInv_CToC_<N>_64fc(const Complex64f* src, Complex64f* dst, ScaleFlag flag);
  *
+ *   Status qvngDFTFwd_CToC_32fc(const Complex32f* src, Complex32f* dst, int32_t n, ScaleFlag flag);
+ *   (and the other three with the length as an argument)
+ *
  *   forward  y[k] = s * sum_j x[j] * exp(-2*pi*i*j*k/N)
  *   inverse  y[k] = s * sum_j x[j] * exp(+2*pi*i*j*k/N)
  *
@@ -135,6 +138,13 @@ QVN_DECL(const LibraryVersion*) qvngenGetLibVersion(void);
                                                 ScaleFlag flag);
 QVNG_FOR_EACH_LENGTH(QVNG_DECLARE_CTOC)
 #undef QVNG_DECLARE_CTOC
+
+/* The same with the length as an argument; N outside 2..64 gives
+ * kStatusBadSize before any other check. */
+QVN_DECL(Status) qvngDFTFwd_CToC_32fc(const Complex32f* src, Complex32f* dst, int32_t n, ScaleFlag flag);
+QVN_DECL(Status) qvngDFTInv_CToC_32fc(const Complex32f* src, Complex32f* dst, int32_t n, ScaleFlag flag);
+QVN_DECL(Status) qvngDFTFwd_CToC_64fc(const Complex64f* src, Complex64f* dst, int32_t n, ScaleFlag flag);
+QVN_DECL(Status) qvngDFTInv_CToC_64fc(const Complex64f* src, Complex64f* dst, int32_t n, ScaleFlag flag);
 
 /* Walsh-Hadamard transform: qvngWHT_1_32f ... qvngWHT_13_64f. */
 #define QVNG_FOR_EACH_WHT_ORDER(X) X(1) X(2) X(3) X(4) X(5) X(6) X(7) X(8) X(9) X(10) X(11) X(12) X(13)

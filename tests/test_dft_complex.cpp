@@ -440,6 +440,41 @@ TEST(ComplexDftScale, KnownConstantBits) {
 }
 
 // ---------------------------------------------------------------------------
+// Generic entries: the length is tested first; a valid length reaches the
+// fixed-length entry of that length, statuses included.
+
+template <class Elem>
+using Generic = Status (*)(const Elem*, Elem*, int32_t, ScaleFlag);
+
+template <class Elem>
+void CheckGeneric(Generic<Elem> generic, bool isDouble, bool inverse) {
+    for (int n = 2; n <= 64; ++n) {
+        const Entry& e = Find(n, isDouble, inverse);
+        const std::vector<Elem> input = RandomSignal<Elem>(n, 900u + n);
+        Array<Elem> x(input), direct(n), viaGeneric(n);
+        ASSERT_EQ(Call(e, x.data(), direct.data(), kScaleBySqrtN), kStatusOk) << e.name;
+        ASSERT_EQ(generic(x.data(), viaGeneric.data(), n, kScaleBySqrtN), kStatusOk) << e.name;
+        EXPECT_EQ(std::memcmp(direct.data(), viaGeneric.data(), n * sizeof(Elem)), 0) << "generic, N = " << n;
+        EXPECT_EQ(generic(nullptr, viaGeneric.data(), n, 3), kStatusNullPointer) << "N = " << n;
+        EXPECT_EQ(generic(x.data(), viaGeneric.data(), n, 3), kStatusBadFlag) << "N = " << n;
+    }
+    Array<Elem> x(RandomSignal<Elem>(64, 5u)), y(64);
+    const std::vector<unsigned char> before = y.Snapshot();
+    for (int32_t n : {1, 0, -1, -2, 65, 66, INT32_MAX, INT32_MIN}) {
+        EXPECT_EQ(generic(x.data(), y.data(), n, kScaleNone), kStatusBadSize) << "N = " << n;
+        EXPECT_EQ(generic(nullptr, nullptr, n, 3), kStatusBadSize) << "length before pointers, N = " << n;
+    }
+    EXPECT_TRUE(y.AllBytesEqual(before)) << "a refused call wrote";
+}
+
+TEST(ComplexDftGeneric, ForwardsEveryLengthAndRejectsOthersFirst) {
+    CheckGeneric<Complex32f>(qvngDFTFwd_CToC_32fc, false, false);
+    CheckGeneric<Complex32f>(qvngDFTInv_CToC_32fc, false, true);
+    CheckGeneric<Complex64f>(qvngDFTFwd_CToC_64fc, true, false);
+    CheckGeneric<Complex64f>(qvngDFTInv_CToC_64fc, true, true);
+}
+
+// ---------------------------------------------------------------------------
 // Re-entrancy: the entries keep no state, so four threads running every
 // entry at once on their own data get exactly the single-threaded bits. A
 // kernel that kept a scratch array or a lazily built table in static storage

@@ -16,6 +16,8 @@ for name in $exports; do
     qvngWHTGetBufferSize_*) pop=0x8 ;;   # order, size
     qvngWHT_32f | qvngWHT_64f) pop=0x14 ;;  # src, dst, order, flag, buffer
     qvngWHT_*) pop=0x10 ;;               # src, dst, flag, buffer
+    qvngDFT*_CToC_32fc | qvngDFT*_CToC_64fc)
+      if [[ $name =~ _[0-9]+_ ]]; then pop=0xc; else pop=0x10; fi ;;  # generic: + length
     *) pop=0xc ;;                        # src, dst, flag
   esac
   if ! objdump -d --no-show-raw-insn "$lib" --disassemble="$name" | grep -q "ret *\\\$$pop *$"; then
