@@ -1,10 +1,16 @@
 // SSE2 emitter for single precision: two complex values per __m128, lanes
-// (re0, im0, re1, im1). Operations of the same kind on the same DAG level are
-// independent of each other, so they are paired into one vector operation
-// (SLP-style): candidate pairs are ranked by how many shuffles it takes to
-// bring their operands into matching halves, cheapest first. Packed constants
-// carry a value and a sign per lane, so one multiply serves both halves.
-// Unpaired operations run in one half of a vector.
+// (re0, im0, re1, im1). Which two operations share a vector is planned before
+// any code is written (SLP-style):
+//   1. twin sub-transforms (siblings of one stage that built the same node
+//      sequence) run side by side, outermost stages first, so neighbouring
+//      columns share their loads and neighbouring rows their stores;
+//   2. the remaining operations of one kind on one DAG level (independent of
+//      each other) are paired cheapest first, the cost being the shuffles it
+//      takes to bring their operands into matching halves;
+//   3. what is left runs in one half of a vector.
+// The planned units are then emitted in dependency order, with shuffles
+// gathering operands whose halves do not line up. Packed constants carry a
+// value and a sign per lane, so one multiply serves both halves.
 #include <algorithm>
 #include <map>
 #include <set>
