@@ -46,7 +46,7 @@ inline Status WhtChecksThenRun(const typename Kernel::Real* src, typename Kernel
         if (buffer == nullptr) buffer = owned = static_cast<std::uint8_t*>(qvnMalloc(WhtBufferBytes<Real>(Kernel::kOrder)));
         Real* work = buffer != nullptr ? reinterpret_cast<Real*>(buffer) : dst;
         body(src, dst, scale, work);
-        qvnFree(owned);
+        if (owned != nullptr) qvnFree(owned);  // no call into the core library when the caller gave a buffer
     }
     return kStatusOk;
 }
