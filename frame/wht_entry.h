@@ -1,5 +1,6 @@
 // Entry template of the fixed-order Walsh-Hadamard exports: alignment
-// choice, null pointers, flag (1 and 2 both select 1/N), then the work area.
+// choice (frame/entry.h), null pointers, flag (1 and 2 both select 1/N),
+// then the work area.
 //
 // Orders 8 and up pass their data through a work area: the caller's buffer
 // when there is one, otherwise a block from qvnMalloc that is returned before
@@ -10,6 +11,7 @@
 
 #include <cstdint>
 
+#include "frame/entry.h"
 #include "frame/scale.h"
 #include "frame/wht_buffer.h"
 #include "qvncore.h"
@@ -24,52 +26,32 @@ using WhtBody = void (*)(const Real*, Real*, Real, Real*);
 template <class R, int Order, const ScaleSet<R>& S, bool TwoBodies, WhtBody<R> AlignedBody, WhtBody<R> UnalignedBody>
 struct WhtKernel {
     using Real = R;
-    static constexpr int kOrder = Order;
     static constexpr bool kTwoBodies = TwoBodies;
-    static constexpr const ScaleSet<R>& kScales = S;
     static constexpr WhtBody<R> kAligned = AlignedBody;
     static constexpr WhtBody<R> kUnaligned = UnalignedBody;
+
+    // Null pointers, then the flag, then the work area of the large orders.
+    static Status Checked(WhtBody<R> body, const R* src, R* dst, int32_t flag, std::uint8_t* buffer) {
+        if (src == nullptr || dst == nullptr) return kStatusNullPointer;
+        R scale;
+        if (!SelectScale<Direction::kSelfInverse>(flag, S, &scale)) return kStatusBadFlag;
+        if constexpr (Order < 8) {
+            (void)buffer;  // never touched
+            body(src, dst, scale, nullptr);
+        } else {
+            std::uint8_t* owned = nullptr;
+            if (buffer == nullptr) buffer = owned = static_cast<std::uint8_t*>(qvnMalloc(WhtBufferBytes<R>(Order)));
+            R* work = buffer != nullptr ? reinterpret_cast<R*>(buffer) : dst;
+            body(src, dst, scale, work);
+            if (owned != nullptr) qvnFree(owned);  // no call into the core library when the caller gave a buffer
+        }
+        return kStatusOk;
+    }
 };
-
-template <class Kernel>
-inline Status WhtChecksThenRun(const typename Kernel::Real* src, typename Kernel::Real* dst, int32_t flag,
-                               std::uint8_t* buffer, WhtBody<typename Kernel::Real> body) {
-    using Real = typename Kernel::Real;
-    if (src == nullptr || dst == nullptr) return kStatusNullPointer;
-    Real scale;
-    if (!SelectScale<Direction::kSelfInverse>(flag, Kernel::kScales, &scale)) return kStatusBadFlag;
-    if constexpr (Kernel::kOrder < 8) {
-        (void)buffer;  // never touched
-        body(src, dst, scale, nullptr);
-    } else {
-        std::uint8_t* owned = nullptr;
-        if (buffer == nullptr) buffer = owned = static_cast<std::uint8_t*>(qvnMalloc(WhtBufferBytes<Real>(Kernel::kOrder)));
-        Real* work = buffer != nullptr ? reinterpret_cast<Real*>(buffer) : dst;
-        body(src, dst, scale, work);
-        if (owned != nullptr) qvnFree(owned);  // no call into the core library when the caller gave a buffer
-    }
-    return kStatusOk;
-}
-
-template <class Kernel>
-[[gnu::noinline]] Status WhtUnalignedPath(const typename Kernel::Real* src, typename Kernel::Real* dst, int32_t flag,
-                                          std::uint8_t* buffer) {
-    return WhtChecksThenRun<Kernel>(src, dst, flag, buffer, Kernel::kUnaligned);
-}
-
-template <class Kernel>
-inline Status WhtEntry(const typename Kernel::Real* src, typename Kernel::Real* dst, int32_t flag,
-                       std::uint8_t* buffer) {
-    if constexpr (Kernel::kTwoBodies) {
-        auto misalignment = reinterpret_cast<std::uintptr_t>(src) | reinterpret_cast<std::uintptr_t>(dst);
-        if ((misalignment & 15u) != 0) return WhtUnalignedPath<Kernel>(src, dst, flag, buffer);
-    }
-    return WhtChecksThenRun<Kernel>(src, dst, flag, buffer, Kernel::kAligned);
-}
 
 }  // namespace qvn
 
 #define QVN_DEFINE_WHT_ENTRY(exportName, Kernel)                                                        \
     QVN_DECL(Status) exportName(const Kernel::Real* src, Kernel::Real* dst, ScaleFlag flag, uint8_t* buffer) { \
-        return qvn::WhtEntry<Kernel>(src, dst, flag, buffer);                                               \
+        return qvn::Entry<Kernel>(src, dst, flag, buffer);                                                  \
     }
