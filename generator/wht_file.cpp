@@ -222,6 +222,64 @@ std::vector<int> PassShape(int order, bool single) {
     throw std::runtime_error("no pass shape for order " + std::to_string(order));
 }
 
+// Body of the orders that pass through the work area: the kernels it calls
+// go to `kernels`, the census counts every call.
+std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& census) {
+    const int n = 1 << order;
+    std::string body;
+    std::vector<int> shape = PassShape(order, p.single);
+    const int row = shape.back();
+    Census c;
+    kernels += RowKernel(p, row, false, "Row" + std::to_string(row), c);
+    census.adds += c.adds * (n / row);
+    census.shuffles += c.shuffles * (n / row);
+    census.loads += c.loads * (n / row);
+    census.stores += c.stores * (n / row);
+    std::string vs = "_mm_set1_" + std::string(p.suffix) + "(scale)";
+    body += "    const " + std::string(p.vec) + " s = " + vs + ";\n";
+    body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area.\n";
+    body += "    for (int r = 0; r < " + std::to_string(n / row) + "; ++r) Row" + std::to_string(row) +
+            "<Mem>(x + " + std::to_string(row) + " * r, work + " + std::to_string(row) + " * r);\n";
+    // Column kernels, one per distinct length; the census counts every call.
+    auto count_calls = [&](const Census& k, int calls, bool scaled, int len) {
+        census.adds += k.adds * calls;
+        census.loads += k.loads * calls;
+        census.stores += len * calls;
+        if (scaled) census.muls += len * calls;
+    };
+    std::vector<int> lengths{shape[0]};
+    if (shape.size() == 3 && shape[1] != shape[0]) lengths.push_back(shape[1]);
+    for (int len : lengths) {
+        Census k;
+        kernels += ColumnKernel(p, len, "Column" + std::to_string(len), k);
+        if (len == shape[0]) count_calls(k, n / len / p.lanes, true, len);
+        if (shape.size() == 3 && len == shape[1]) count_calls(k, n / len / p.lanes, false, len);
+    }
+    const int lanes = p.lanes;
+    if (shape.size() == 2) {
+        const int rows = shape[0];
+        body += "    // Pass 2: the " + std::to_string(rows) + "-point transform down the " + std::to_string(row) +
+                " columns, " + std::to_string(lanes) + " at a time, scaled, into the destination.\n";
+        body += "    for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) + ") Column" +
+                std::to_string(rows) + "<Mem, " + std::to_string(row) + ", true>(work + c, y + c, s);\n";
+    } else {
+        const int a = shape[0], b = shape[1];
+        body += "    // Pass 2: the " + std::to_string(b) + "-point transform down the columns of each of the " +
+                std::to_string(a) + " blocks of " + std::to_string(b) + " x " + std::to_string(row) +
+                ", in place.\n";
+        body += "    for (int blk = 0; blk < " + std::to_string(a) + "; ++blk)\n";
+        body += "        for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) +
+                ") Column" + std::to_string(b) + "<Mem, " + std::to_string(row) + ", false>(work + " +
+                std::to_string(b * row) + " * blk + c, work + " + std::to_string(b * row) + " * blk + c, s);\n";
+        body += "    // Pass 3: the " + std::to_string(a) + "-point transform across the blocks, scaled, into "
+                "the destination.\n";
+        body += "    for (int c = 0; c < " + std::to_string(b * row) + "; c += " + std::to_string(lanes) +
+                ") Column" + std::to_string(a) + "<Mem, " + std::to_string(b * row) +
+                ", true>(work + c, y + c, s);\n";
+    }
+    return body;
+}
+
 }  // namespace
 
 GeneratedFile WhtFile(int order, bool single) {
@@ -244,57 +302,8 @@ GeneratedFile WhtFile(int order, bool single) {
         kernels = RowKernel(p, n, true, "Transform", census);
         body = "    Transform<Mem>(x, y, _mm_set1_" + std::string(p.suffix) + "(scale));\n";
     } else {
-        std::vector<int> shape = PassShape(order, single);
-        const int row = shape.back();
-        Census c;
-        kernels += RowKernel(p, row, false, "Row" + std::to_string(row), c);
-        census.adds += c.adds * (n / row);
-        census.shuffles += c.shuffles * (n / row);
-        census.loads += c.loads * (n / row);
-        census.stores += c.stores * (n / row);
         layout = "passes";
-        std::string vs = "_mm_set1_" + std::string(p.suffix) + "(scale)";
-        body += "    const " + std::string(p.vec) + " s = " + vs + ";\n";
-        body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area.\n";
-        body += "    for (int r = 0; r < " + std::to_string(n / row) + "; ++r) Row" + std::to_string(row) +
-                "<Mem>(x + " + std::to_string(row) + " * r, work + " + std::to_string(row) + " * r);\n";
-        // Column kernels, one per distinct length; the census counts every call.
-        auto count_calls = [&](const Census& k, int calls, bool scaled, int len) {
-            census.adds += k.adds * calls;
-            census.loads += k.loads * calls;
-            census.stores += len * calls;
-            if (scaled) census.muls += len * calls;
-        };
-        std::vector<int> lengths{shape[0]};
-        if (shape.size() == 3 && shape[1] != shape[0]) lengths.push_back(shape[1]);
-        for (int len : lengths) {
-            Census k;
-            kernels += ColumnKernel(p, len, "Column" + std::to_string(len), k);
-            if (len == shape[0]) count_calls(k, n / len / p.lanes, true, len);
-            if (shape.size() == 3 && len == shape[1]) count_calls(k, n / len / p.lanes, false, len);
-        }
-        const int lanes = p.lanes;
-        if (shape.size() == 2) {
-            const int rows = shape[0];
-            body += "    // Pass 2: the " + std::to_string(rows) + "-point transform down the " + std::to_string(row) +
-                    " columns, " + std::to_string(lanes) + " at a time, scaled, into the destination.\n";
-            body += "    for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) + ") Column" +
-                    std::to_string(rows) + "<Mem, " + std::to_string(row) + ", true>(work + c, y + c, s);\n";
-        } else {
-            const int a = shape[0], b = shape[1];
-            body += "    // Pass 2: the " + std::to_string(b) + "-point transform down the columns of each of the " +
-                    std::to_string(a) + " blocks of " + std::to_string(b) + " x " + std::to_string(row) +
-                    ", in place.\n";
-            body += "    for (int blk = 0; blk < " + std::to_string(a) + "; ++blk)\n";
-            body += "        for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) +
-                    ") Column" + std::to_string(b) + "<Mem, " + std::to_string(row) + ", false>(work + " +
-                    std::to_string(b * row) + " * blk + c, work + " + std::to_string(b * row) + " * blk + c, s);\n";
-            body += "    // Pass 3: the " + std::to_string(a) + "-point transform across the blocks, scaled, into "
-                    "the destination.\n";
-            body += "    for (int c = 0; c < " + std::to_string(b * row) + "; c += " + std::to_string(lanes) +
-                    ") Column" + std::to_string(a) + "<Mem, " + std::to_string(b * row) +
-                    ", true>(work + c, y + c, s);\n";
-        }
+        body = PassesBody(p, order, kernels, census);
     }
 
     const double inv_n = 1.0 / n, inv_sqrt = 1.0 / std::sqrt(static_cast<double>(n));
