@@ -2,8 +2,9 @@
 // power of the 2-point butterfly, so it factors along the bits of the index:
 //   - bits that select the vector (or the row, or the column) are butterflies
 //     between whole vectors, lane by lane, with no shuffles;
-//   - the bits inside a vector (2 for float, 1 for double) are done by
-//     transposing blocks of vectors, butterflying, and transposing back.
+//   - the bits inside a vector (2 for float, 1 for double) are butterflies
+//     between a vector and its lane-swapped copy, one shuffle and one sign
+//     flip per bit.
 // Orders up to 7 stay in registers. Larger orders run in passes through the
 // work area: contiguous rows first, then columns a few lanes at a time, the
 // largest ones with a middle pass; every pass is a short loop around a
@@ -12,6 +13,7 @@
 
 #include <cmath>
 #include <stdexcept>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,40 +56,37 @@ public:
     void AllStages(std::vector<std::string>& v) {
         for (size_t stride = 1; stride < v.size(); stride <<= 1) Stage(v, stride);
     }
-    // Transposes lanes x vectors of one block (4 x 4 floats or 2 x 2 doubles).
-    void Transpose(std::vector<std::string>& v, size_t first) {
-        census.shuffles += p_.single ? 8 : 2;
-        if (!p_.single) {
-            std::string a = Op("unpacklo", v[first], v[first + 1]);
-            std::string b = Op("unpackhi", v[first], v[first + 1]);
-            v[first] = a;
-            v[first + 1] = b;
-            return;
-        }
-        std::string t0 = Op("unpacklo", v[first], v[first + 1]), t1 = Op("unpackhi", v[first], v[first + 1]);
-        std::string t2 = Op("unpacklo", v[first + 2], v[first + 3]), t3 = Op("unpackhi", v[first + 2], v[first + 3]);
-        v[first] = Op("movelh", t0, t2);
-        v[first + 1] = Op("movehl", t2, t0);
-        v[first + 2] = Op("movelh", t1, t3);
-        v[first + 3] = Op("movehl", t3, t1);
-    }
-    // The bits inside each vector: transpose each block, butterfly, transpose back.
+    // The bits inside each vector, one vector at a time: for lane bit b,
+    // partner = the vector with lanes swapped across b, and the lanes with b
+    // set take the difference: v' = partner + (v with those lanes negated).
+    // One shuffle, one xor and one add per bit; the xor runs on any FP pipe,
+    // which leaves the shuffle pipes less crowded than a transpose would.
     void LaneStages(std::vector<std::string>& v) {
-        const size_t l = static_cast<size_t>(p_.lanes);
-        for (size_t first = 0; first < v.size(); first += l) {
-            comment("lanes of vectors " + std::to_string(first) + ".." + std::to_string(first + l - 1));
-            Transpose(v, first);
-            std::vector<std::string> block(v.begin() + first, v.begin() + first + l);
-            AllStages(block);
-            std::copy(block.begin(), block.end(), v.begin() + first);
-            Transpose(v, first);
+        comment("bits inside each vector");
+        for (std::string& x : v) {
+            if (p_.single) {
+                x = LaneButterfly(x, "_mm_shuffle_ps(" + x + ", " + x + ", _MM_SHUFFLE(1, 0, 3, 2))", "neg_hi_half");
+                x = LaneButterfly(x, "_mm_shuffle_ps(" + x + ", " + x + ", _MM_SHUFFLE(2, 3, 0, 1))", "neg_odd");
+            } else {
+                x = LaneButterfly(x, "_mm_shuffle_pd(" + x + ", " + x + ", 1)", "neg_odd");
+            }
         }
+    }
+    std::string LaneButterfly(const std::string& x, const std::string& partner, const std::string& mask) {
+        masks.insert(mask);
+        census.adds += 1;
+        census.shuffles += 2;  // the shuffle and the xor
+        std::string t = New();
+        line("const " + std::string(p_.vec) + " " + t + " = _mm_add_" + p_.suffix + "(" + partner + ", _mm_xor_" +
+             p_.suffix + "(" + x + ", " + mask + "));");
+        return t;
     }
     void line(const std::string& s) { text += "    " + s + "\n"; }
     void comment(const std::string& s) { line("// " + s); }
 
     std::string text;
     Census census;
+    std::set<std::string> masks;  // sign masks the code uses
 
 private:
     const Prec& p_;
@@ -138,7 +137,14 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
     w.census.stores += count;
     if (scaled) w.census.muls += count;
     census = w.census;
-    return w.text;
+    std::string masks;
+    for (const std::string& m : w.masks) {
+        std::string def = m == "neg_hi_half" ? "qvn::SignMaskPs(false, false, true, true)"
+                          : p.single        ? "qvn::SignMaskPs(false, true, false, true)"
+                                            : "qvn::SignMaskPd(false, true)";
+        masks += "    const " + std::string(p.vec) + " " + m + " = " + def + ";\n";
+    }
+    return masks + w.text;
 }
 
 // Transform of n contiguous values, in registers: in -> out, scaled or not.
