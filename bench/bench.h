@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <random>
 #include <string>
@@ -91,6 +92,23 @@ public:
 private:
     long double num_ = 0, den_ = 0;
 };
+
+// Relative RMS error over `trials` inputs: load(t) puts input t in place,
+// run() transforms it (false when the implementation reported an error, which
+// makes the result NaN), compare(t, acc) adds the output. Input 0, the timing
+// input, is put back afterwards.
+template <class Load, class Run, class CompareFn>
+double ErrorOverTrials(int trials, Load load, Run run, CompareFn compare) {
+    ErrorAccumulator acc;
+    bool failed = false;
+    for (int t = 0; t < trials && !failed; ++t) {
+        load(t);
+        failed = !run();
+        if (!failed) compare(t, acc);
+    }
+    load(0);
+    return failed ? std::numeric_limits<double>::quiet_NaN() : acc.Value();
+}
 
 long double Pi();
 

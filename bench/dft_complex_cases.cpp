@@ -162,30 +162,20 @@ public:
     }
 
     double ErrOurs() override {
-        ErrorAccumulator acc;
-        for (int t = 0; t < trials_; ++t) {
-            Load(t);
-            Status st = entry_(src_, dst_, kScaleNone);
-            if (st != kStatusOk) {
-                std::fprintf(stderr, "%s returned status %d\n", name_, static_cast<int>(st));
-                Load(0);
-                return std::numeric_limits<double>::quiet_NaN();
-            }
-            Compare(reinterpret_cast<const Real*>(dst_), t, acc);
-        }
-        Load(0);
-        return acc.Value();
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); },
+            [&] {
+                Status st = entry_(src_, dst_, kScaleNone);
+                if (st != kStatusOk) std::fprintf(stderr, "%s returned status %d\n", name_, static_cast<int>(st));
+                return st == kStatusOk;
+            },
+            [&](int t, ErrorAccumulator& acc) { Compare(reinterpret_cast<const Real*>(dst_), t, acc); });
     }
 
     double ErrRef() override {
-        ErrorAccumulator acc;
-        for (int t = 0; t < trials_; ++t) {
-            Load(t);
-            F::Execute(plan_);
-            Compare(reinterpret_cast<const Real*>(out_), t, acc);
-        }
-        Load(0);
-        return acc.Value();
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); }, [&] { F::Execute(plan_); return true; },
+            [&](int t, ErrorAccumulator& acc) { Compare(reinterpret_cast<const Real*>(out_), t, acc); });
     }
 
 private:

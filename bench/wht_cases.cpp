@@ -129,29 +129,21 @@ public:
     }
 
     double ErrOurs() override {
-        ErrorAccumulator acc;
-        for (int t = 0; t < trials_; ++t) {
-            Load(t);
-            if (Status st = entry_(src_, dst_, kScaleNone, buffer_); st != kStatusOk) {
-                std::fprintf(stderr, "qvngWHT_%d_%df returned status %d\n", order_, precision, static_cast<int>(st));
-                Load(0);
-                return std::numeric_limits<double>::quiet_NaN();
-            }
-            Compare(dst_, t, acc);
-        }
-        Load(0);
-        return acc.Value();
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); },
+            [&] {
+                Status st = entry_(src_, dst_, kScaleNone, buffer_);
+                if (st != kStatusOk)
+                    std::fprintf(stderr, "qvngWHT_%d_%df returned status %d\n", order_, precision, static_cast<int>(st));
+                return st == kStatusOk;
+            },
+            [&](int t, ErrorAccumulator& acc) { Compare(dst_, t, acc); });
     }
 
     double ErrRef() override {
-        ErrorAccumulator acc;
-        for (int t = 0; t < trials_; ++t) {
-            Load(t);
-            RunRef(1);
-            Compare(out_, t, acc);
-        }
-        Load(0);
-        return acc.Value();
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); }, [&] { RunRef(1); return true; },
+            [&](int t, ErrorAccumulator& acc) { Compare(out_, t, acc); });
     }
 
 private:
