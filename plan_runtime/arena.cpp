@@ -3,14 +3,14 @@
 namespace qvn::plan {
 
 void* ArenaTake(PlanArena* arena, std::uint32_t bytes) {
-    unsigned char* taken = ArenaNext(arena);
-    ArenaSetNext(arena, taken + RoundUp32(bytes));
-    return taken;
+    const std::uintptr_t taken = ArenaWord(arena);
+    SetArenaWord(arena, taken + RoundUp32(bytes));
+    return reinterpret_cast<void*>(taken);
 }
 
 std::uint32_t ArenaGiveBack(PlanArena* arena, const void* /*object*/, std::uint32_t bytes) {
     const std::uint32_t rounded = RoundUp32(bytes);
-    ArenaSetNext(arena, ArenaNext(arena) - rounded);
+    SetArenaWord(arena, ArenaWord(arena) - rounded);
     return rounded;
 }
 

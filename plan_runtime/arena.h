@@ -22,19 +22,24 @@
 namespace qvn::plan {
 
 // The arena word. The block it starts may have any alignment, so the word is
-// only ever read and written byte-wise.
+// only ever read and written byte-wise; it is kept as an integer so that
+// moving it is never pointer arithmetic.
 struct PlanArena {
-    unsigned char word[sizeof(void*)];
+    unsigned char word[sizeof(std::uintptr_t)];
 };
 static_assert(alignof(PlanArena) == 1);
 
-inline unsigned char* ArenaNext(const PlanArena* arena) {
-    unsigned char* next;
+inline std::uintptr_t ArenaWord(const PlanArena* arena) {
+    std::uintptr_t next;
     std::memcpy(&next, arena->word, sizeof next);
     return next;
 }
+inline void SetArenaWord(PlanArena* arena, std::uintptr_t next) { std::memcpy(arena->word, &next, sizeof next); }
 
-inline void ArenaSetNext(PlanArena* arena, unsigned char* next) { std::memcpy(arena->word, &next, sizeof next); }
+inline unsigned char* ArenaNext(const PlanArena* arena) { return reinterpret_cast<unsigned char*>(ArenaWord(arena)); }
+inline void ArenaSetNext(PlanArena* arena, const void* next) {
+    SetArenaWord(arena, reinterpret_cast<std::uintptr_t>(next));
+}
 
 // Every size the arena deals in, taken or predicted, is rounded up to whole
 // 32-byte units: 0 stays 0, 1..32 become 32, 44 becomes 64.
