@@ -16,6 +16,10 @@ for name in $exports; do
     qvngWHTGetBufferSize_*) pop=0x8 ;;   # order, size
     qvngWHT_32f | qvngWHT_64f) pop=0x14 ;;  # src, dst, order, flag, buffer
     qvngWHT_*) pop=0x10 ;;               # src, dst, flag, buffer
+    qvngDCT4GetSize_*) pop=0x8 ;;        # length, size
+    qvngDCT4Init_*) pop=0xc ;;           # spec, length, block
+    qvngDCT4InitAlloc_*) pop=0x8 ;;      # spec, length
+    qvngDCT4Free_*) pop=0x4 ;;           # spec
     qvngDFT*_CToC_32fc | qvngDFT*_CToC_64fc)
       if [[ $name =~ _[0-9]+_ ]]; then pop=0xc; else pop=0x10; fi ;;  # generic: + length
     *) pop=0xc ;;                        # src, dst, flag
