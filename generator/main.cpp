@@ -11,6 +11,7 @@
 #include <string>
 
 #include "complex_dft_file.h"
+#include "dct4_file.h"
 #include "wht_file.h"
 
 namespace {
@@ -29,7 +30,7 @@ void WriteIfChanged(const std::filesystem::path& path, const std::string& text) 
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: qvngen-gen complex-dft|wht OUTDIR\n"
+                 "usage: qvngen-gen complex-dft|wht|dct4 OUTDIR\n"
                  "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n");
     return 2;
 }
@@ -61,6 +62,7 @@ int main(int argc, char** argv) {
         const Family families[] = {
             {"complex-dft", "complex DFT kernels", 2, 64, gen::ComplexDftFile},
             {"wht", "Walsh-Hadamard kernels, all passes", 1, 13, gen::WhtFile},
+            {"dct4", "type-IV DCT kernels", 0, gen::Dct4FileCount() - 1, gen::Dct4File},
         };
         const Family* chosen = nullptr;
         for (const Family& f : families)

@@ -68,7 +68,7 @@ int Program::Add(Kind kind, std::string text, std::vector<int> deps, double posi
     return static_cast<int>(instrs_.size()) - 1;
 }
 
-std::string Program::Emit(const std::string& indent) const {
+std::string Program::Emit(const std::string& indent, bool separate_output) const {
     const int count = static_cast<int>(instrs_.size());
     // Positions: stores go first among the ready instructions; loads and
     // shuffles inherit the earliest position of their users.
@@ -102,7 +102,7 @@ std::string Program::Emit(const std::string& indent) const {
         const Instr& in = instrs_[id];
         if (in.kind == Kind::kStore) stored = true;
         // In-place safety: the destination may be the source.
-        if (in.kind == Kind::kLoad && stored)
+        if (in.kind == Kind::kLoad && stored && !separate_output)
             throw std::runtime_error("refusing to emit a body that stores before its last load");
         size_t start = 0;  // the text may carry comment lines before the statement
         while (start < in.text.size()) {

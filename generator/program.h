@@ -53,7 +53,9 @@ public:
     // before its first user. Returns the instruction id.
     static constexpr double kFollowUsers = -1;
     int Add(Kind kind, std::string text, std::vector<int> deps, double position = kFollowUsers);
-    std::string Emit(const std::string& indent) const;  // throws if a store precedes a load
+    // Throws if a store precedes a load, unless the kernel's output never
+    // aliases its input (`separate_output`).
+    std::string Emit(const std::string& indent, bool separate_output = false) const;
     Census census;
 
 private:

@@ -43,6 +43,25 @@
  * the destination as its work area. The generic entry returns
  * kStatusBadSize for an order outside 1..13 before any other check; the
  * size query then writes nothing.
+ *
+ * Type-IV DCT of N real values, planned once per length:
+ *   Status qvngDCT4GetSize_32f(int32_t n, int32_t* size);
+ *   Status qvngDCT4Init_32f(DCT4Spec** spec, int32_t n, uint8_t* block);
+ *   Status qvngDCT4InitAlloc_32f(DCT4Spec** spec, int32_t n);
+ *   Status qvngDCT4Free_32f(DCT4Spec* spec);
+ *   Status qvngDCT4_32f(const float* src, float* dst, DCT4Spec* spec);
+ *   (and the same with _64f and double elements)
+ *
+ *   y[k] = sum_n x[n] * cos(pi/N * (n + 1/2) * (k + 1/2)),  no scale factor;
+ *   applying it twice gives N/2 times the input.
+ *
+ * GetSize gives the bytes of the block Init builds a specification in (any
+ * alignment; nothing outside [block, block + size) is touched). Lengths are
+ * the powers of two from 2 (up to 2^26 single, 2^25 double); others give
+ * kStatusBadSize. InitAlloc takes the block from qvnMalloc and Free returns
+ * it; a specification Init built in caller memory is released by the caller.
+ * A transform writes its specification's work area, so concurrent transforms
+ * need one specification each. Source and destination must not overlap.
  */
 #ifndef QVNGEN_H
 #define QVNGEN_H
@@ -158,5 +177,18 @@ QVN_DECL(Status) qvngWHT_32f(const float* src, float* dst, int32_t order, ScaleF
 QVN_DECL(Status) qvngWHT_64f(const double* src, double* dst, int32_t order, ScaleFlag flag, uint8_t* buffer);
 QVN_DECL(Status) qvngWHTGetBufferSize_32f(int32_t order, int32_t* size);
 QVN_DECL(Status) qvngWHTGetBufferSize_64f(int32_t order, int32_t* size);
+
+/* Type-IV DCT and its specification. */
+typedef struct DCT4Spec DCT4Spec;
+QVN_DECL(Status) qvngDCT4GetSize_32f(int32_t n, int32_t* size);
+QVN_DECL(Status) qvngDCT4GetSize_64f(int32_t n, int32_t* size);
+QVN_DECL(Status) qvngDCT4Init_32f(DCT4Spec** spec, int32_t n, uint8_t* block);
+QVN_DECL(Status) qvngDCT4Init_64f(DCT4Spec** spec, int32_t n, uint8_t* block);
+QVN_DECL(Status) qvngDCT4InitAlloc_32f(DCT4Spec** spec, int32_t n);
+QVN_DECL(Status) qvngDCT4InitAlloc_64f(DCT4Spec** spec, int32_t n);
+QVN_DECL(Status) qvngDCT4Free_32f(DCT4Spec* spec);
+QVN_DECL(Status) qvngDCT4Free_64f(DCT4Spec* spec);
+QVN_DECL(Status) qvngDCT4_32f(const float* src, float* dst, DCT4Spec* spec);
+QVN_DECL(Status) qvngDCT4_64f(const double* src, double* dst, DCT4Spec* spec);
 
 #endif /* QVNGEN_H */

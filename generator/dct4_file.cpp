@@ -1,0 +1,381 @@
+// The type-IV DCT kernels.
+//
+// All of them rest on one folding of the real input into half as many
+// complex values, v[m] = x[2m] + i*x[N-1-2m] (m < L = N/2), for which
+//   W[j] = sum_m v[m] * e^(-i*pi*(4m+1)(4j+1)/(4N)),
+//   y[2j] = Re W[j],  y[N-1-2j] = -Im W[j].
+// The exponent splits as 2*pi*m*j/L + pi*m/N + pi*(4j+1)/(4N): a DFT of L
+// points between a rotation of each input and a rotation of each output.
+//
+// direct  N = 2..32: that formula written out, scalar.
+// Longer N take r phases a of v (m = r*b + a, B = L/r points each) and
+// outputs j = q + B*t:
+//   W[q + B*t] = e^(-i*pi*t/(2r)) * sum_a e^(-2*pi*i*a*t/r) * T(a, q) * J_a(q),
+//   J_a(q) = sum_b v[r*b + a] * e^(-2*pi*i*b*(q + 1/4)/B),
+//   T(a, q) = e^(-i*pi*(4a+1)(4q+1)/(4N))   (the plan's rotation table).
+// leaf    J of B = 2..32 points for 4 (single) or 2 (double) phases at once,
+//         one phase per lane, read straight from the folded source.
+// step    one decimation-in-time level of J for longer phases: b points as
+//         r2 interleaved sub-phases of b/r2, recombined by
+//         J(q2 + b2*e) = sum_d e^(-2*pi*i*d*e/r2) * w(d, q2) * J_d(q2),
+//         w(d, q2) = e^(-2*pi*i*d*(q2 + 1/4)/b) from the plan's step table.
+// output  the sum over the r phases for w consecutive q at once (one q per
+//         lane, after an in-register transpose), then the stores of y; the
+//         q-groups Q and B/w-1-Q are done together because y[2j+1] belongs
+//         to W[L-1-j].
+#include "dct4_file.h"
+
+#include <stdexcept>
+
+#include "algorithms.h"
+#include "emit_lanes.h"
+#include "recipe.h"
+
+namespace gen {
+namespace {
+
+enum class KernelKind { kDirect, kLeaf, kStep, kOutput };
+
+struct KernelId {
+    KernelKind kind;
+    int size;  // N, B, r2 or r
+};
+
+const KernelId kKernels[] = {
+    {KernelKind::kDirect, 2}, {KernelKind::kDirect, 4},  {KernelKind::kDirect, 8},  {KernelKind::kDirect, 16},
+    {KernelKind::kDirect, 32}, {KernelKind::kLeaf, 2},   {KernelKind::kLeaf, 4},    {KernelKind::kLeaf, 8},
+    {KernelKind::kLeaf, 16},  {KernelKind::kLeaf, 32},   {KernelKind::kStep, 8},    {KernelKind::kStep, 16},
+    {KernelKind::kStep, 32},  {KernelKind::kOutput, 2},  {KernelKind::kOutput, 4},  {KernelKind::kOutput, 8},
+    {KernelKind::kOutput, 16}, {KernelKind::kOutput, 32},
+};
+
+// Forward DFT of x.size() points with the minimum-operation scheme of the
+// complex DFT table (the double-precision column: lanes need no pairing).
+Signal Dft(Dag& dag, const Signal& x) {
+    const int n = static_cast<int>(x.size());
+    if (n == 1) return x;
+    for (const auto& row : kComplexDftTable)
+        if (row.n == n) return Transform(dag, ParseRecipe(row.dbl), x, -1);
+    throw std::runtime_error("no DFT scheme for " + std::to_string(n));
+}
+
+std::string I(long long v) { return std::to_string(v); }
+
+struct Text {
+    std::string signature, body, census, scheme;
+};
+
+// --- direct: N = 2..32, scalar ----------------------------------------------
+Text Direct(int n, LaneType type) {
+    const int l = n / 2;
+    Dag dag;
+    Signal v(l);
+    for (int m = 0; m < l; ++m) v[m] = dag.Mul(dag.Load(m), Rotation(m, 2 * n, -1));
+    Signal w = Dft(dag, v);
+    for (int j = 0; j < l; ++j) w[j] = dag.Mul(w[j], Rotation(4 * j + 1, 8 * n, -1));
+
+    LaneEmitter e(dag, type);
+    const std::string t = type.Name();
+    for (int m = 0; m < l; ++m) {
+        const std::string re = "x" + I(2 * m), im = "x" + I(n - 1 - 2 * m);
+        int load = e.AddLoad("const " + t + " " + re + " = x[" + I(2 * m) + "], " + im + " = x[" + I(n - 1 - 2 * m) + "];");
+        e.BindInput(m, load, re, im);
+    }
+    e.Compute(w);
+    for (int j = 0; j < l; ++j) {
+        std::vector<int> deps;
+        const std::string re = e.Part(w[j], false, false, &deps);
+        e.AddStore("y[" + I(2 * j) + "] = " + re + ";", deps);
+        std::vector<int> deps2;
+        const std::string im = e.Part(w[j], true, true, &deps2);
+        e.AddStore("y[" + I(n - 1 - 2 * j) + "] = " + im + ";", deps2);
+    }
+    Text k;
+    k.signature = "template <>\nvoid Direct<" + I(n) + ", " + t + ">(const " + t + "* x, " + t + "* y)";
+    k.body = e.Body("    ");
+    k.census = e.census().Text();
+    k.scheme = "fold, rotate, " + I(l) + "-point DFT, rotate";
+    return k;
+}
+
+// Loads of the folded source for one group of lanes (consecutive m).
+struct FoldedLoads {
+    std::string re, im;  // statements defining <name>r and <name>i from xr / xm at offset `off`
+};
+
+FoldedLoads FoldedVectorLoad(LaneType type, const std::string& name, const std::string& off) {
+    const std::string t = type.Name();
+    if (type.elem == ElemType::kFloat) {
+        // re: x[2m + 0, 2, 4, 6]; im: x[N-1-2m - 0, 2, 4, 6], the odd slots of
+        // the eight floats below, in reverse.
+        return {"const __m128 " + name + "a = _mm_loadu_ps(xr + " + off + "), " + name + "b = _mm_loadu_ps(xr + " + off +
+                    " + 4);\nconst __m128 " + name + "r = _mm_shuffle_ps(" + name + "a, " + name + "b, _MM_SHUFFLE(2, 0, 2, 0));",
+                "const __m128 " + name + "c = _mm_loadu_ps(xm - " + off + " - 8), " + name + "d = _mm_loadu_ps(xm - " + off +
+                    " - 4);\nconst __m128 " + name + "i = _mm_shuffle_ps(" + name + "d, " + name + "c, _MM_SHUFFLE(1, 3, 1, 3));"};
+    }
+    return {"const __m128d " + name + "a = _mm_loadu_pd(xr + " + off + "), " + name + "b = _mm_loadu_pd(xr + " + off +
+                " + 2);\nconst __m128d " + name + "r = _mm_unpacklo_pd(" + name + "a, " + name + "b);",
+            "const __m128d " + name + "c = _mm_loadu_pd(xm - " + off + " - 4), " + name + "d = _mm_loadu_pd(xm - " + off +
+                " - 2);\nconst __m128d " + name + "i = _mm_unpackhi_pd(" + name + "d, " + name + "c);"};
+}
+
+std::string Store(LaneType type, const std::string& ptr, const std::string& value) {
+    return std::string(type.elem == ElemType::kFloat ? "_mm_store_ps(" : "_mm_store_pd(") + ptr + ", " + value + ");";
+}
+std::string Load(LaneType type, const std::string& ptr) {
+    return std::string(type.elem == ElemType::kFloat ? "_mm_load_ps(" : "_mm_load_pd(") + ptr + ")";
+}
+
+// --- leaf: J of B points for one group of lanes per iteration ---------------
+Text Leaf(int b, LaneType type) {
+    const int w = type.Lanes();
+    Dag dag;
+    Signal f(b);
+    for (int i = 0; i < b; ++i) f[i] = dag.Mul(dag.Load(i), Rotation(i, 4 * b, -1));
+    Signal j = Dft(dag, f);
+
+    LaneEmitter e(dag, type);
+    for (int i = 0; i < b; ++i) {
+        FoldedLoads l = FoldedVectorLoad(type, "v" + I(i), I(i) + " * s2");
+        int re = e.AddLoad(l.re), im = e.AddLoad(l.im);
+        e.BindInput(i, re, im, "v" + I(i) + "r", "v" + I(i) + "i");
+        e.census().shuffles += 2;
+        e.census().loads += 2;
+    }
+    e.Compute(j);
+    for (int q = 0; q < b; ++q) {
+        std::vector<int> deps;
+        std::string re = e.Part(j[q], false, false, &deps), im = e.Part(j[q], true, false, &deps);
+        e.AddStore(Store(type, "o + " + I(q) + " * os", re) + " " + Store(type, "o + " + I(q) + " * os + " + I(w), im), deps);
+        e.census().stores += 1;
+    }
+    const std::string t = type.Elem();
+    Text k;
+    k.signature = "template <>\nvoid Leaf<" + I(b) + ", " + t + ">(const " + t + "* x, int n, int off, int stride, int groups, " +
+                  t + "* out, std::ptrdiff_t os)";
+    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n"
+             "    for (int g = 0; g < groups; ++g) {\n"
+             "        const " + t + "* xr = x + 2 * (off + g * " + I(w) + ");\n"
+             "        const " + t + "* xm = x + n - 2 * (off + g * " + I(w) + ");\n"
+             "        " + t + "* o = out + g * " + I(2 * w) + ";\n" +
+             e.Body("        ") + "    }\n";
+    k.census = e.census().Text();
+    k.scheme = "rotate by e^(-i*pi*b/(2B)), " + I(b) + "-point DFT";
+    return k;
+}
+
+// --- step: radix r2 recombination with the step table ------------------------
+Text Step(int r2, LaneType type) {
+    const int w = type.Lanes();
+    const std::string t = type.Elem(), v = type.Name();
+    Dag dag;
+    Signal x(r2);
+    for (int d = 0; d < r2; ++d) x[d] = dag.Load(d);
+    Signal y = Dft(dag, x);
+
+    LaneEmitter e(dag, type);
+    for (int d = 0; d < r2; ++d) {
+        const std::string p = "ip + " + I(d) + " * is";
+        const std::string a = "a" + I(d);
+        int load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
+        e.census().loads += 1;
+        if (d == 0) {
+            e.BindInput(d, load, a + "r", a + "i");
+            continue;
+        }
+        // (re + i*im)(c - i*s) with the table's cosine and sine.
+        const std::string tw = "tw + " + I((d - 1) * 2 * w);
+        int tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
+        e.census().loads += 1;
+        const std::string add = type.elem == ElemType::kFloat ? "_mm_add_ps" : "_mm_add_pd";
+        const std::string sub = type.elem == ElemType::kFloat ? "_mm_sub_ps" : "_mm_sub_pd";
+        const std::string mul = type.elem == ElemType::kFloat ? "_mm_mul_ps" : "_mm_mul_pd";
+        const std::string c = "c" + I(d), s = "s" + I(d);
+        int rot = e.AddHelper("const " + v + " " + a + "x = " + add + "(" + mul + "(" + a + "r, " + c + "), " + mul + "(" + a + "i, " + s +
+                                  ")), " + a + "y = " + sub + "(" + mul + "(" + a + "i, " + c + "), " + mul + "(" + a + "r, " + s + "));",
+                              {load, tl});
+        e.census().muls += 4;
+        e.census().adds += 2;
+        e.BindInput(d, rot, a + "x", a + "y");
+    }
+    e.Compute(y);
+    for (int k = 0; k < r2; ++k) {
+        std::vector<int> deps;
+        std::string re = e.Part(y[k], false, false, &deps), im = e.Part(y[k], true, false, &deps);
+        e.AddStore(Store(type, "op + " + I(k) + " * os", re) + " " + Store(type, "op + " + I(k) + " * os + " + I(w), im), deps);
+        e.census().stores += 1;
+    }
+    Text k;
+    k.signature = "template <>\nvoid Step<" + I(r2) + ", " + t + ">(const " + t + "* in, std::ptrdiff_t is, " + t + "* out, std::ptrdiff_t os, const " +
+                  t + "* tw, int groups)";
+    k.body = "    for (int g = 0; g < groups; ++g) {\n"
+             "        const " + t + "* ip = in + g * " + I(2 * w) + ";\n"
+             "        " + t + "* op = out + g * " + I(2 * w) + ";\n" +
+             e.Body("        ") + "    }\n";
+    k.census = e.census().Text();
+    k.scheme = "table rotations, " + I(r2) + "-point DFT";
+    return k;
+}
+
+// --- output: sum over the r phases, rotations, stores of y -------------------
+// `pair`: q-groups q and qm (distinct); otherwise the group q is its own mirror.
+Text Output(int r, LaneType type, bool pair) {
+    const int w = type.Lanes();
+    const int groups = r / w;  // lane groups of phases in the work buffer
+    const bool single = type.elem == ElemType::kFloat;
+    const std::string t = type.Elem(), v = type.Name();
+    const int sets = pair ? 2 : 1;
+    Dag dag;
+    std::vector<Signal> out(sets);
+    for (int s = 0; s < sets; ++s) {
+        Signal a(r);
+        for (int i = 0; i < r; ++i) a[i] = dag.Load(s * r + i);
+        out[s] = Dft(dag, a);
+        for (int k = 0; k < r; ++k) out[s][k] = dag.Mul(out[s][k], Rotation(k, 4 * r, -1));
+    }
+    LaneEmitter e(dag, type);
+    const std::string add = single ? "_mm_add_ps" : "_mm_add_pd", sub = single ? "_mm_sub_ps" : "_mm_sub_pd",
+                      mul = single ? "_mm_mul_ps" : "_mm_mul_pd";
+    for (int s = 0; s < sets; ++s) {
+        const std::string qv = s == 0 ? "q" : "qm";
+        for (int g = 0; g < groups; ++g) {
+            // w rows (one per q) of w phases each, turned into w phases of w q's.
+            const std::string n = "g" + I(s) + "_" + I(g);
+            std::string text;
+            for (int part = 0; part < 2; ++part) {
+                const char pc = part ? 'i' : 'r';
+                text += "const " + v + " ";
+                for (int i = 0; i < w; ++i)
+                    text += std::string(i ? ", " : "") + n + pc + "row" + I(i) + " = " +
+                            Load(type, "work + ((" + qv + " * " + I(w) + " + " + I(i) + ") * " + I(groups) + " + " + I(g) + ") * " +
+                                           I(2 * w) + (part ? " + " + I(w) : ""));
+                text += ";\n";
+                const std::string rw = n + pc + "row";
+                if (single) {
+                    text += "const __m128 " + n + pc + "t0 = _mm_unpacklo_ps(" + rw + "0, " + rw + "1), " + n + pc + "t1 = _mm_unpacklo_ps(" + rw +
+                            "2, " + rw + "3), " + n + pc + "t2 = _mm_unpackhi_ps(" + rw + "0, " + rw + "1), " + n + pc +
+                            "t3 = _mm_unpackhi_ps(" + rw + "2, " + rw + "3);\n";
+                    text += "const __m128 " + n + pc + "0 = _mm_movelh_ps(" + n + pc + "t0, " + n + pc + "t1), " + n + pc + "1 = _mm_movehl_ps(" +
+                            n + pc + "t1, " + n + pc + "t0), " + n + pc + "2 = _mm_movelh_ps(" + n + pc + "t2, " + n + pc + "t3), " + n + pc +
+                            "3 = _mm_movehl_ps(" + n + pc + "t3, " + n + pc + "t2);";
+                    e.census().shuffles += 8;
+                } else {
+                    text += "const __m128d " + n + pc + "0 = _mm_unpacklo_pd(" + rw + "0, " + rw + "1), " + n + pc + "1 = _mm_unpackhi_pd(" + rw +
+                            "0, " + rw + "1);";
+                    e.census().shuffles += 2;
+                }
+                if (!part) text += "\n";
+            }
+            int load = e.AddLoad(text);
+            e.census().loads += 2 * w - 1;
+            for (int l = 0; l < w; ++l) {
+                const int a = g * w + l;
+                const std::string rot = "rot + (" + qv + " * " + I(r) + " + " + I(a) + ") * " + I(2 * w);
+                const std::string c = "c" + I(s) + "_" + I(a), sn = "s" + I(s) + "_" + I(a);
+                int tl = e.AddLoad("const " + v + " " + c + " = " + Load(type, rot) + ", " + sn + " = " + Load(type, rot + " + " + I(w)) + ";");
+                e.census().loads += 1;
+                const std::string xr = n + "r" + I(l), xi = n + "i" + I(l), u = "u" + I(s) + "_" + I(a);
+                int h = e.AddHelper("const " + v + " " + u + "r = " + add + "(" + mul + "(" + xr + ", " + c + "), " + mul + "(" + xi + ", " + sn +
+                                        ")), " + u + "i = " + sub + "(" + mul + "(" + xi + ", " + c + "), " + mul + "(" + xr + ", " + sn + "));",
+                                    {load, tl});
+                e.census().muls += 4;
+                e.census().adds += 2;
+                e.BindInput(s * r + a, h, u + "r", u + "i");
+            }
+        }
+    }
+    Signal all;
+    for (const Signal& s : out) all.insert(all.end(), s.begin(), s.end());
+    e.Compute(all);
+    // y[2j] = Re W[j] and y[2j+1] = -Im W[L-1-j]: for lanes j = Q*w + l + B*t
+    // the odd slots come from the mirror group at r-1-t, lanes reversed.
+    auto store = [&](int s, int k) {
+        const int mirror = pair ? 1 - s : s;
+        std::vector<int> deps;
+        const std::string even = e.Part(out[s][k], false, false, &deps);
+        const std::string odd = e.Part(out[mirror][r - 1 - k], true, true, &deps);
+        const std::string yp = "y + 2 * (" + std::string(s == 0 ? "q" : "qm") + " * " + I(w) + " + b * " + I(k) + ")";
+        std::string text;
+        if (single) {
+            text = "{\n    const __m128 o = _mm_shuffle_ps(" + odd + ", " + odd + ", _MM_SHUFFLE(0, 1, 2, 3));\n    _mm_storeu_ps(" + yp +
+                   ", _mm_unpacklo_ps(" + even + ", o));\n    _mm_storeu_ps(" + yp + " + 4, _mm_unpackhi_ps(" + even + ", o));\n}";
+            e.census().shuffles += 3;
+        } else {
+            text = "_mm_storeu_pd(" + yp + ", _mm_shuffle_pd(" + even + ", " + odd + ", 2));\n_mm_storeu_pd(" + yp + " + 2, _mm_shuffle_pd(" +
+                   even + ", " + odd + ", 1));";
+            e.census().shuffles += 2;
+        }
+        e.AddStore(text, deps);
+        e.census().stores += 1;
+    };
+    for (int s = 0; s < sets; ++s)
+        for (int k = 0; k < r; ++k) store(s, k);
+    Text k;
+    k.signature = "template <>\nvoid " + std::string(pair ? "OutputPair" : "OutputSelf") + "<" + I(r) + ", " + t + ">(const " + t +
+                  "* work, const " + t + "* rot, " + t + "* y, int b, int q" + (pair ? ", int qm" : "") + ")";
+    k.body = e.Body("    ");
+    k.census = e.census().Text();
+    k.scheme = "transpose, table rotations, " + I(r) + "-point DFT, rotate by e^(-i*pi*t/(2r))";
+    return k;
+}
+
+std::string Prec(bool single) { return single ? "32f" : "64f"; }
+
+}  // namespace
+
+int Dct4FileCount() { return static_cast<int>(sizeof kKernels / sizeof kKernels[0]); }
+
+GeneratedFile Dct4File(int index, bool single) {
+    KernelId id = kKernels[index];
+    // Single precision has at least 4 phases (one vector); its radix-2 slot
+    // holds nothing.
+    if (single && id.kind == KernelKind::kOutput && id.size == 2) {
+        GeneratedFile none;
+        none.name = "dct4_output_2_32f.cpp";
+        none.text = "// Generated by qvngen-gen dct4 -- do not edit.\n// Single precision never splits into 2 phases.\n";
+        return none;
+    }
+    const LaneType scalar{single ? ElemType::kFloat : ElemType::kDouble, false};
+    const LaneType vec{single ? ElemType::kFloat : ElemType::kDouble, true};
+    std::vector<Text> texts;
+    std::string what, stem;
+    switch (id.kind) {
+        case KernelKind::kDirect:
+            texts.push_back(Direct(id.size, scalar));
+            what = "type-IV DCT of " + I(id.size) + " points, scalar";
+            stem = "direct";
+            break;
+        case KernelKind::kLeaf:
+            texts.push_back(Leaf(id.size, vec));
+            what = "phase transform J of " + I(id.size) + " points, one phase per lane";
+            stem = "leaf";
+            break;
+        case KernelKind::kStep:
+            texts.push_back(Step(id.size, vec));
+            what = "radix-" + I(id.size) + " recombination of a phase transform, one phase per lane";
+            stem = "step";
+            break;
+        case KernelKind::kOutput:
+            texts.push_back(Output(id.size, vec, true));
+            texts.push_back(Output(id.size, vec, false));
+            what = "output stage of radix " + I(id.size) + ", one q per lane";
+            stem = "output";
+            break;
+    }
+    GeneratedFile file;
+    file.name = "dct4_" + stem + "_" + I(id.size) + "_" + Prec(single) + ".cpp";
+    std::string head = "// Generated by qvngen-gen dct4 -- do not edit.\n// DCT-IV kernel: " + what + ", " +
+                       (single ? "single" : "double") + " precision.\n";
+    std::string bodies;
+    for (const Text& k : texts) {
+        head += "// Scheme: " + k.scheme + "\n// Census: " + k.census + "\n";
+        const std::string fn = k.signature.substr(k.signature.find("void ") + 5, k.signature.find('(') - k.signature.find("void ") - 5);
+        file.census += "dct4 " + fn + ": " + k.census + "\n";
+        bodies += k.signature + " {\n" + k.body + "}\n\n";
+    }
+    file.text = head + "#include <emmintrin.h>\n\n#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\nnamespace qvn::dct4 {\n\n" + bodies +
+                "}  // namespace qvn::dct4\n";
+    return file;
+}
+
+}  // namespace gen
