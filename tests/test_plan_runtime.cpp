@@ -47,7 +47,7 @@ TEST(PlanArena, TakeReturnsTheOldPointerAndGiveBackUndoesAnyOrder) {
     EXPECT_EQ(ArenaTake(a.arena(), 0), start);
     EXPECT_EQ(a.used(), 0) << "taking 0 bytes must not move the arena";
 
-    const std::uint32_t sizes[] = {44, 12, 1, 4000 - 64 * 32, 64, 72};
+    const std::uint32_t sizes[] = {44, 12, 1, 1950, 64, 72};
     std::vector<void*> taken;
     std::ptrdiff_t expected = 0;
     for (std::uint32_t size : sizes) {
@@ -63,21 +63,6 @@ TEST(PlanArena, TakeReturnsTheOldPointerAndGiveBackUndoesAnyOrder) {
     const int order[] = {2, 5, 0, 4, 1, 3};
     for (int i : order) EXPECT_EQ(ArenaGiveBack(a.arena(), taken[5 - i], sizes[i]), RoundUp32(sizes[i]));
     EXPECT_EQ(a.used(), 0);
-}
-
-TEST(PlanArena, ArenaWordWorksInAnOddlyAlignedBlock) {
-    // The block a caller passes may start anywhere; the word is read byte-wise.
-    std::vector<unsigned char> bytes(256);
-    for (std::size_t shift = 0; shift < 8; ++shift) {
-        auto* arena = reinterpret_cast<PlanArena*>(bytes.data() + shift);
-        ArenaSetNext(arena, bytes.data() + 128);
-        EXPECT_EQ(ArenaTake(arena, 5), bytes.data() + 128);
-        EXPECT_EQ(ArenaNext(arena), bytes.data() + 160);
-        PlanNode* head = ListCreate(arena);
-        ListAppend(head, 7);
-        ListAppend(head, 9);
-        EXPECT_EQ(ListGet(head, 1), 9u);
-    }
 }
 
 TEST(PlanList, AppendFillsTheHeadThenTakesOneNodePerValue) {
@@ -107,22 +92,6 @@ TEST(PlanList, AppendFillsTheHeadThenTakesOneNodePerValue) {
 
     ListFreeNodes(head);
     EXPECT_EQ(a.used(), 32) << "every node but the head is given back";
-}
-
-TEST(PlanList, NodesRecordTheirArenaAndEmptySlotsOnlyAtTheEnd) {
-    TestArena a(4096);
-    PlanNode* head = ListCreate(a.arena());
-    // A 0 appended between two values leaves a slot the second one fills.
-    ListAppend(head, 5);
-    ListAppend(head, 0);
-    ListAppend(head, 6);
-    EXPECT_EQ(ListGet(head, 1), 6u);
-    EXPECT_EQ(ListGet(head, 2), 0u);
-    for (std::uint32_t off = OffsetIn(a.arena(), head); off != 0;) {
-        auto* node = AtOffset<PlanNode>(a.arena(), off);
-        EXPECT_EQ(ArenaBehind(node, node->arena), a.arena());
-        off = node->next;
-    }
 }
 
 // Objects of a size that is not a multiple of 32, recording the release calls.
