@@ -24,18 +24,22 @@
 #define QVN_DCT4_OUTPUT_RADICES_32F(X) X(4) X(8) X(16) X(32)
 #define QVN_DCT4_OUTPUT_RADICES_64F(X) X(2) X(4) X(8) X(16) X(32)
 
+// GCC gives explicit specialisations default visibility whatever
+// -fvisibility says; only an attribute on the template keeps them hidden.
+#define QVN_DCT4_KERNEL __attribute__((visibility("hidden"))) void
+
 namespace qvn::dct4 {
 
 template <int N, class T>
-void Direct(const T* x, T* y);
+QVN_DCT4_KERNEL Direct(const T* x, T* y);
 template <int B, class T>
-void Leaf(const T* x, int n, int off, int stride, int groups, T* out, std::ptrdiff_t os);
+QVN_DCT4_KERNEL Leaf(const T* x, int n, int off, int stride, int groups, T* out, std::ptrdiff_t os);
 template <int R, class T>
-void Step(const T* in, std::ptrdiff_t is, T* out, std::ptrdiff_t os, const T* tw, int groups);
+QVN_DCT4_KERNEL Step(const T* in, std::ptrdiff_t is, T* out, std::ptrdiff_t os, const T* tw, int groups);
 template <int R, class T>
-void OutputPair(const T* work, const T* rot, T* y, int b, int q, int qm);
+QVN_DCT4_KERNEL OutputPair(const T* work, const T* rot, T* y, int b, int q, int qm);
 template <int R, class T>
-void OutputSelf(const T* work, const T* rot, T* y, int b, int q);
+QVN_DCT4_KERNEL OutputSelf(const T* work, const T* rot, T* y, int b, int q);
 
 // Every specialisation is defined in its own generated file; declaring them
 // here keeps the primary templates from ever being instantiated.

@@ -48,10 +48,12 @@ Status Init(::DCT4Spec** out, std::int32_t length, std::uint8_t* block) {
 
     // The first 32-byte boundary at least 33 bytes into the block: room for
     // the arena word, and at most 64 bytes of the block spent before it.
-    // The remainder is taken signed, as the block's address is an integer.
+    // The remainder is taken on the unsigned address: on 32-bit x86 a block
+    // above 2 GiB has a negative signed address, and a negative remainder
+    // would start the arena up to 31 bytes late and run past the block.
     auto* arena = reinterpret_cast<PlanArena*>(block);
-    const auto address = reinterpret_cast<std::intptr_t>(block);
-    qvn::plan::SetArenaWord(arena, static_cast<std::uintptr_t>(address + 64 - address % 32));
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    qvn::plan::SetArenaWord(arena, address + 64 - address % 32);
 
     auto* spec = static_cast<::DCT4Spec*>(ArenaTake(arena, sizeof(::DCT4Spec)));
     std::memset(static_cast<void*>(spec), 0, sizeof *spec);

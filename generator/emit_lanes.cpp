@@ -133,7 +133,7 @@ std::string LaneEmitter::Part(const Value& v, bool imag, bool negate, std::vecto
     if (v.IsZero()) throw std::runtime_error("zero output");
     const Cplx& c = values_.at(v.node);
     const Part_& p = imag ? c.im : c.re;
-    const bool flip = p.negated != v.negated != negate;
+    const bool flip = (p.negated != v.negated) != negate;
     if (p.instr >= 0) deps->push_back(p.instr);
     if (!flip) return p.var;
     if (!type_.vector) return "-" + p.var;
