@@ -121,5 +121,6 @@ void WhtLoop(const double* src, double* dst, int order);
 void MakeComplexDftCases(const Options& opt, CaseList& out);
 void MakeWhtFftwCases(const Options& opt, CaseList& out);
 void MakeWhtLoopCases(const Options& opt, CaseList& out);
+void MakeDct4Cases(const Options& opt, CaseList& out);
 
 }  // namespace qvnbench

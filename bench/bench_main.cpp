@@ -27,6 +27,7 @@ const Family kFamilies[] = {
     // Two tables under one name: against FFTW, then against a plain loop.
     {"wht", "Walsh-Hadamard vs FFTW rank-k size-2 R2HC", "FFTW", MakeWhtFftwCases},
     {"wht", "Walsh-Hadamard vs radix-2 loop at -O3", "loop", MakeWhtLoopCases},
+    {"dct4", "type-IV DCT", "FFTW", MakeDct4Cases},
 };
 
 volatile double g_sink;
@@ -61,7 +62,7 @@ const char kUsage[] =
     "  --n LIST          lengths to run: 16 | 16,17,32 | 2-16 (default all)\n"
     "  --precision P     32 or 64 (default both)\n"
     "  --direction D     fwd or inv (default both)\n"
-    "  --family F        transform family (default all; known: dft-c, wht)\n"
+    "  --family F        transform family (default all; known: dft-c, wht, dct4)\n"
     "  --batches K       timed batches per implementation (default 31)\n"
     "  --batch-us T      target length of one batch in microseconds (default 40)\n"
     "  --err-trials K    random input vectors behind the error figure (default 8)\n"

@@ -1,0 +1,242 @@
+// Type-IV DCT family: qvngDCT4_{32f,64f} with a specification from
+// qvngDCT4InitAlloc, for every power of two N = 2..8192, against FFTW's
+// one-dimensional real-to-real plan of kind REDFT11.
+//
+// REDFT11 computes y[k] = 2 * sum_n x[n] cos(pi/N (n + 1/2)(k + 1/2)), twice
+// our transform. Its output is halved (exactly, a power of two) before it is
+// compared, so both error figures are relative to the same exact values.
+#include <fftw3.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench.h"
+#include "qvncore.h"
+#include "qvngen.h"
+
+namespace qvnbench {
+namespace {
+
+constexpr int kMaxOrder = 13;  // N = 2 .. 8192
+
+// The double and single precision interfaces, ours and FFTW's, behind one name.
+template <class Real>
+struct Api;
+
+template <>
+struct Api<double> {
+    using Plan = fftw_plan;
+    static constexpr const char* kEntryName = "qvngDCT4_64f";
+    static Status InitAlloc(DCT4Spec** spec, int n) { return qvngDCT4InitAlloc_64f(spec, n); }
+    static Status Free(DCT4Spec* spec) { return qvngDCT4Free_64f(spec); }
+    static Status Transform(const double* src, double* dst, DCT4Spec* spec) {
+        return qvngDCT4_64f(src, dst, spec);
+    }
+    static double* AllocRef(int n) { return fftw_alloc_real(n); }
+    static void FreeRef(double* p) { fftw_free(p); }
+    static Plan Make(int n, double* in, double* out) {
+        return fftw_plan_r2r_1d(n, in, out, FFTW_REDFT11, FFTW_PATIENT);
+    }
+    static void Execute(Plan p) { fftw_execute(p); }
+    static void Destroy(Plan p) { fftw_destroy_plan(p); }
+    static void ForgetWisdom() { fftw_forget_wisdom(); }
+};
+
+template <>
+struct Api<float> {
+    using Plan = fftwf_plan;
+    static constexpr const char* kEntryName = "qvngDCT4_32f";
+    static Status InitAlloc(DCT4Spec** spec, int n) { return qvngDCT4InitAlloc_32f(spec, n); }
+    static Status Free(DCT4Spec* spec) { return qvngDCT4Free_32f(spec); }
+    static Status Transform(const float* src, float* dst, DCT4Spec* spec) {
+        return qvngDCT4_32f(src, dst, spec);
+    }
+    static float* AllocRef(int n) { return fftwf_alloc_real(n); }
+    static void FreeRef(float* p) { fftwf_free(p); }
+    static Plan Make(int n, float* in, float* out) {
+        return fftwf_plan_r2r_1d(n, in, out, FFTW_REDFT11, FFTW_PATIENT);
+    }
+    static void Execute(Plan p) { fftwf_execute(p); }
+    static void Destroy(Plan p) { fftwf_destroy_plan(p); }
+    static void ForgetWisdom() { fftwf_forget_wisdom(); }
+};
+
+// O(N^2) type-IV DCT in long double:
+//   y[k] = sum_n x[n] cos(pi (2n + 1)(2k + 1) / (4N)).
+// The numerator (2n + 1)(2k + 1) is reduced modulo 8N (one full period) in
+// integers, so every term comes from one table of cosl(pi m / (4N)),
+// m = 0 .. 8N - 1, and no angle is ever larger than 2 pi.
+class ExactDct4 {
+public:
+    explicit ExactDct4(int n) : n_(n), cos_(static_cast<size_t>(8) * n) {
+        for (int m = 0; m < 8 * n; ++m) cos_[m] = cosl(Pi() * m / (4.0L * n));
+    }
+
+    template <class Real>
+    void Apply(const Real* x, long double* y) const {
+        const long period = 8L * n_;
+        for (int k = 0; k < n_; ++k) {
+            const long step = 2L * (2 * k + 1);  // the numerator grows by this per n
+            long m = 2 * k + 1;                  // numerator for n = 0
+            long double sum = 0;
+            for (int j = 0; j < n_; ++j) {
+                sum += static_cast<long double>(x[j]) * cos_[m];
+                m += step;
+                if (m >= period) m -= period;  // step < 4N < period: one subtraction does
+            }
+            y[k] = sum;
+        }
+    }
+
+private:
+    int n_;
+    std::vector<long double> cos_;
+};
+
+// Error trials for length n. The exact transform costs N^2 multiply-adds per
+// trial (67 million at N = 8192), so above N = 512 the count shrinks in
+// proportion to N to keep a full run short; at large N one input vector has
+// enough outputs for a stable RMS figure anyway.
+int TrialsFor(int n, const Options& opt) {
+    const int trials = opt.errTrials > 0 ? opt.errTrials : 1;
+    if (n <= 512) return trials;
+    return std::max(1, static_cast<int>(static_cast<long>(trials) * 512 / n));
+}
+
+template <class Real>
+class Dct4Case final : public Case {
+    using A = Api<Real>;
+
+public:
+    Dct4Case(int len, const Options& opt, std::uint64_t seed)
+        : Case("dct4", 8 * sizeof(Real), "fwd", len), trials_(TrialsFor(len, opt)) {
+        const Status st = A::InitAlloc(&spec_, n);
+        if (st != kStatusOk || !spec_)
+            throw std::runtime_error(std::string(A::kEntryName) + ": InitAlloc failed for N = " +
+                                     std::to_string(n) + ", status " +
+                                     std::to_string(static_cast<int>(st)));
+        src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
+        dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
+        in_ = A::AllocRef(n);
+        out_ = A::AllocRef(n);
+        if (!src_ || !dst_ || !in_ || !out_) throw std::bad_alloc();
+
+        Random rng(seed);
+        input_.resize(static_cast<size_t>(trials_) * n);
+        for (Real& v : input_) v = static_cast<Real>(rng.Next());
+        want_.resize(input_.size());
+        const ExactDct4 exact(n);
+        for (int t = 0; t < trials_; ++t)
+            exact.Apply(&input_[static_cast<size_t>(n) * t], &want_[static_cast<size_t>(n) * t]);
+
+        // As for the other families: plan afresh a few times without the
+        // previous wisdom and keep the plan that runs fastest, since a single
+        // patient plan on a busy machine can be far from FFTW's best.
+        double best = 0;
+        for (int p = 0; p < opt.refPlans; ++p) {
+            A::ForgetWisdom();
+            typename A::Plan cand = A::Make(n, in_, out_);
+            if (!cand) throw std::runtime_error("FFTW could not plan a REDFT11 transform");
+            Load(0);  // planning overwrote the arrays
+            double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
+                for (long i = 0; i < calls; ++i) A::Execute(cand);
+            });
+            if (!plan_ || t < best) {
+                if (plan_) A::Destroy(plan_);
+                plan_ = cand;
+                best = t;
+            } else {
+                A::Destroy(cand);
+            }
+        }
+    }
+
+    ~Dct4Case() override {
+        if (plan_) A::Destroy(plan_);
+        if (in_) A::FreeRef(in_);
+        if (out_) A::FreeRef(out_);
+        qvnFree(src_);
+        qvnFree(dst_);
+        if (spec_) A::Free(spec_);
+    }
+
+    // Both work out of place on aligned arrays and leave their source alone,
+    // so every call of a batch transforms the first trial's input.
+    void RunOurs(long calls) override {
+        for (long i = 0; i < calls; ++i) A::Transform(src_, dst_, spec_);
+        Consume(dst_[n - 1]);
+    }
+
+    void RunRef(long calls) override {
+        for (long i = 0; i < calls; ++i) A::Execute(plan_);
+        Consume(out_[n - 1]);
+    }
+
+    double ErrOurs() override {
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); },
+            [&] {
+                const Status st = A::Transform(src_, dst_, spec_);
+                if (st != kStatusOk)
+                    std::fprintf(stderr, "%s (N = %d) returned status %d\n", A::kEntryName, n,
+                                 static_cast<int>(st));
+                return st == kStatusOk;
+            },
+            [&](int t, ErrorAccumulator& acc) { Compare(dst_, 1.0L, t, acc); });
+    }
+
+    double ErrRef() override {
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); }, [&] { A::Execute(plan_); return true; },
+            [&](int t, ErrorAccumulator& acc) { Compare(out_, 0.5L, t, acc); });
+    }
+
+private:
+    void Load(int t) {
+        const Real* x = &input_[static_cast<size_t>(n) * t];
+        std::memcpy(src_, x, n * sizeof(Real));
+        std::memcpy(in_, x, n * sizeof(Real));
+    }
+
+    // `scale` brings the output to our normalisation: 1 for ours, 1/2 for
+    // REDFT11.
+    void Compare(const Real* got, long double scale, int t, ErrorAccumulator& acc) const {
+        const long double* want = &want_[static_cast<size_t>(n) * t];
+        for (int i = 0; i < n; ++i) acc.Add(scale * got[i], want[i]);
+    }
+
+    int trials_;
+    DCT4Spec* spec_ = nullptr;
+    Real* src_ = nullptr;
+    Real* dst_ = nullptr;
+    Real* in_ = nullptr;
+    Real* out_ = nullptr;
+    typename A::Plan plan_ = nullptr;
+    std::vector<Real> input_;
+    std::vector<long double> want_;
+};
+
+}  // namespace
+
+void MakeDct4Cases(const Options& opt, CaseList& out) {
+    for (int prec : {32, 64}) {
+        for (int order = 1; order <= kMaxOrder; ++order) {
+            const int n = 1 << order;
+            if (!opt.Wants(n, prec, "fwd")) continue;
+            // The seed depends only on the length, so both precisions see the
+            // same input values.
+            const std::uint64_t seed = 0xd4c7u + static_cast<std::uint64_t>(n);
+            if (prec == 32) out.push_back(std::make_unique<Dct4Case<float>>(n, opt, seed));
+            else out.push_back(std::make_unique<Dct4Case<double>>(n, opt, seed));
+        }
+    }
+}
+
+}  // namespace qvnbench
