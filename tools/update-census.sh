@@ -5,4 +5,5 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 cp build/release/generated/dft_complex/census.txt generator/census.txt
 cp build/release/generated/wht/census.txt generator/census_wht.txt
-git --no-pager diff --stat -- generator/census.txt generator/census_wht.txt
+cp build/release/generated/dct4/census.txt generator/census_dct4.txt
+git --no-pager diff --stat -- generator/census.txt generator/census_wht.txt generator/census_dct4.txt
