@@ -3,6 +3,7 @@
 // to the byte how much arena that tree takes.
 #include <bit>
 #include <cstdint>
+#include <utility>
 
 #include "dct4/plan_records.h"
 #include "plan_runtime/plan_math.h"
@@ -127,6 +128,29 @@ double SinPi(Real x) {
     else return plan::SinPi64f(x);
 }
 
+// cos (sine = false) or sin of pi * num / den for num >= 0. The angle is
+// reduced to [0, pi/4] in integers first and the symmetries give the rest:
+// pi * x is rounded in the helpers, so an unreduced angle near 2*pi would
+// carry up to 3 units of rounding into the table, a reduced one none worth
+// speaking of. In single precision the reduced x is formed in float (exactly,
+// as den is a power of two) and widened by the helpers.
+template <class Real>
+double RotationPart(std::int64_t num, std::int64_t den, bool sine) {
+    const std::int64_t m = num % (2 * den);        // angle pi*m/den in [0, 2*pi)
+    const std::int64_t quadrant = 2 * m / den;     // 0..3
+    const std::int64_t rest = 2 * m - quadrant * den;  // pi/2 * rest/den in [0, pi/2)
+    const bool upper = 2 * rest > den;             // past pi/4: use the complement
+    const Real x = Ratio<Real>(upper ? den - rest : rest, 2 * den);
+    double c = CosPi(x), s = SinPi(x);
+    if (upper) std::swap(c, s);
+    switch (quadrant) {
+        case 0: return sine ? s : c;
+        case 1: return sine ? c : -s;
+        case 2: return sine ? -s : -c;
+        default: return sine ? -c : s;
+    }
+}
+
 double Value(const PlanObject* object, std::int32_t i, std::int32_t j, std::int32_t c);
 
 template <class Real>
@@ -135,8 +159,7 @@ double TwiddleEntry(const TwiddleSource* source, std::int32_t i, std::int32_t j)
     const std::int64_t h = k / 2;
     const std::int64_t q = h / source->radix;
     const std::int64_t p = h % source->radix;
-    const Real x = Ratio<Real>(2 * (4 * q + 1) * (4 * p + 1), source->eightN);
-    return k % 2 == 0 ? CosPi(x) : SinPi(x);
+    return RotationPart<Real>((4 * q + 1) * (4 * p + 1), source->eightN / 2, k % 2 != 0);
 }
 
 template <class Real>
@@ -148,8 +171,7 @@ double ViewEntry(const TwiddleView* view, std::int32_t g, std::int32_t l, std::i
 template <class Real>
 double StepEntry(const StepSource* source, std::int32_t q2, std::int32_t d, std::int32_t c) {
     const std::int64_t twoB = 2 * std::int64_t{source->subLength / 2};
-    const Real x = Ratio<Real>(std::int64_t{d} * (4 * std::int64_t{q2} + 1), twoB);
-    return c == 0 ? CosPi(x) : SinPi(x);
+    return RotationPart<Real>(std::int64_t{d} * (4 * std::int64_t{q2} + 1), twoB, c != 0);
 }
 
 // Runs the value function an object's function word names.
