@@ -368,8 +368,8 @@ GeneratedFile Dct4File(int index, bool single) {
                        (single ? "single" : "double") + " precision.\n";
     std::string bodies;
     for (const Text& k : texts) {
-        head += "// Scheme: " + k.scheme + "\n// Census: " + k.census + "\n";
         const std::string fn = k.signature.substr(k.signature.find("void ") + 5, k.signature.find('(') - k.signature.find("void ") - 5);
+        head += "// " + fn + ": " + k.scheme + "\n//   census: " + k.census + "\n";
         file.census += "dct4 " + fn + ": " + k.census + "\n";
         bodies += k.signature + " {\n" + k.body + "}\n\n";
     }
