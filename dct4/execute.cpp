@@ -1,6 +1,7 @@
 // The DCT-IV transform: checks, then the kernel the spec's kind names. The
 // kind word is read on every call, so a spec whose kind was overwritten is
-// refused before anything is read or written.
+// refused before anything is read or written; so is a spec built for the
+// other precision, whose tables the kernels would read past.
 #include "dct4/plan_records.h"
 #include "dct4/run_plan.h"
 #include "qvngen.h"
@@ -10,6 +11,7 @@ namespace {
 template <class T>
 Status Transform(const T* src, T* dst, ::DCT4Spec* spec) {
     if (spec == nullptr || src == nullptr || dst == nullptr) return kStatusNullPointer;
+    if (spec->header.function != qvn::dct4::Precision<T>::kBuild) return kStatusBadSpec;
     switch (spec->kind) {
         case 1: qvn::dct4::Direct<2, T>(src, dst); break;
         case 2: qvn::dct4::Direct<4, T>(src, dst); break;

@@ -61,7 +61,9 @@
  * kStatusBadSize. InitAlloc takes the block from qvnMalloc and Free returns
  * it; a specification Init built in caller memory is released by the caller.
  * A transform writes its specification's work area, so concurrent transforms
- * need one specification each. Source and destination must not overlap.
+ * need one specification each. Source and destination must not overlap. The
+ * transform returns kStatusBadSpec, touching nothing, for a specification
+ * whose kind word is damaged or that was built for the other precision.
  */
 #ifndef QVNGEN_H
 #define QVNGEN_H

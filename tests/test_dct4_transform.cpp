@@ -168,6 +168,19 @@ TYPED_TEST(Dct4Transform, UnknownKindIsRefusedAndTheDestinationUntouched) {
     }
 }
 
+// A spec of the other precision has tables of the wrong element size.
+TEST(Dct4TransformPrecision, SpecOfTheOtherPrecisionIsRefused) {
+    for (int n : {2, 64, 4096}) {
+        Spec<float> single(n);
+        Spec<double> dbl(n);
+        std::vector<float> xf(n, 1.0f), yf(n, -7.0f);
+        std::vector<double> xd(n, 1.0), yd(n, -7.0);
+        EXPECT_EQ(qvngDCT4_32f(xf.data(), yf.data(), dbl.spec), kStatusBadSpec) << "N = " << n;
+        EXPECT_EQ(qvngDCT4_64f(xd.data(), yd.data(), single.spec), kStatusBadSpec) << "N = " << n;
+        for (int i = 0; i < n; ++i) ASSERT_TRUE(yf[i] == -7.0f && yd[i] == -7.0) << "N = " << n;
+    }
+}
+
 TYPED_TEST(Dct4Transform, NullArgumentsAreRefused) {
     using T = TypeParam;
     Spec<T> s(64);
