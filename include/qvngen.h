@@ -57,7 +57,9 @@
  *
  * GetSize gives the bytes of the block Init builds a specification in (any
  * alignment; nothing outside [block, block + size) is touched). Lengths are
- * the powers of two from 2 (up to 2^26 single, 2^25 double); others give
+ * the powers of two from 2 (up to 2^26 single, 2^25 double); the size rules
+ * also let some lengths 2^k + 1 through (33, 65, ... single; 9, 17, ...
+ * double), which run safely but do not compute a DCT-IV; all others give
  * kStatusBadSize. InitAlloc takes the block from qvnMalloc and Free returns
  * it; a specification Init built in caller memory is released by the caller.
  * A transform writes its specification's work area, so concurrent transforms
