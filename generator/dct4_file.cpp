@@ -126,6 +126,111 @@ std::string Load(LaneType type, const std::string& ptr) {
     return std::string(type.elem == ElemType::kFloat ? "_mm_load_ps(" : "_mm_load_pd(") + ptr + ")";
 }
 
+// Statements turning w rows of w lanes into w columns: column c (named
+// <out>c) holds lane c of every row, in row order.
+std::string Transpose(LaneType type, const std::vector<std::string>& rows, const std::string& out) {
+    if (type.elem == ElemType::kFloat) {
+        const std::string& a = rows[0], &b = rows[1], &c = rows[2], &d = rows[3];
+        return "const __m128 " + out + "t0 = _mm_unpacklo_ps(" + a + ", " + b + "), " + out + "t1 = _mm_unpacklo_ps(" + c + ", " + d +
+               "), " + out + "t2 = _mm_unpackhi_ps(" + a + ", " + b + "), " + out + "t3 = _mm_unpackhi_ps(" + c + ", " + d + ");\n" +
+               "const __m128 " + out + "0 = _mm_movelh_ps(" + out + "t0, " + out + "t1), " + out + "1 = _mm_movehl_ps(" + out + "t1, " +
+               out + "t0), " + out + "2 = _mm_movelh_ps(" + out + "t2, " + out + "t3), " + out + "3 = _mm_movehl_ps(" + out + "t3, " + out +
+               "t2);";
+    }
+    return "const __m128d " + out + "0 = _mm_unpacklo_pd(" + rows[0] + ", " + rows[1] + "), " + out + "1 = _mm_unpackhi_pd(" + rows[0] +
+           ", " + rows[1] + ");";
+}
+
+// --- direct N = 32 in single precision, in lanes ------------------------------
+// The plan of the longer lengths done in registers for r = 4 phases of B = 4
+// points, one phase per lane: the phase transforms, a 4x4 transpose, the
+// rotations T(a, q) as per-lane constants, the 4-point sums over the phases.
+// Half the instructions of the scalar form.
+Text DirectInLanes(int n, LaneType type) {
+    const int r = 4, b = n / (2 * r), w = type.Lanes();
+    if (type.elem != ElemType::kFloat || b != w) throw std::runtime_error("lane form needs one 4x4 block");
+    Census census;
+    auto add = [&census](const Census& c) {
+        census.adds += c.adds, census.muls += c.muls, census.shuffles += c.shuffles;
+        census.loads += c.loads, census.stores += c.stores;
+    };
+    // Phase transforms: J_a(q) for the four phases a in the lanes.
+    Dag leaf;
+    Signal f(b);
+    for (int i = 0; i < b; ++i) f[i] = leaf.Mul(leaf.Load(i), Rotation(i, 4 * b, -1));
+    const Signal j = Dft(leaf, f);
+    LaneEmitter e1(leaf, type);
+    for (int i = 0; i < b; ++i) {
+        FoldedLoads l = FoldedVectorLoad(type, "v" + I(i), I(2 * r * i));
+        e1.BindInput(i, e1.AddLoad(l.re), e1.AddLoad(l.im), "v" + I(i) + "r", "v" + I(i) + "i");
+        e1.census().shuffles += 2;
+        e1.census().loads += 2;
+    }
+    e1.Compute(j);
+    for (int q = 0; q < b; ++q) {
+        std::vector<int> deps;
+        const std::string re = e1.Part(j[q], false, false, &deps), im = e1.Part(j[q], true, false, &deps);
+        e1.AddStore("const __m128 j" + I(q) + "r = " + re + ", j" + I(q) + "i = " + im + ";", deps);
+        e1.census().stores -= 1;  // stays in registers
+    }
+    add(e1.census());
+    // Rows q (lanes a) to columns a (lanes q).
+    std::string transpose = "// phases to lanes of q\n";
+    for (char pc : {'r', 'i'}) {
+        std::vector<std::string> rows;
+        for (int q = 0; q < b; ++q) rows.push_back("j" + I(q) + pc);
+        transpose += Transpose(type, rows, std::string("a") + pc) + "\n";
+    }
+    census.shuffles += 16;
+    // Rotations, sums over the phases, stores.
+    Dag out;
+    Signal a(r);
+    for (int i = 0; i < r; ++i) a[i] = out.Load(i);
+    Signal wv = Dft(out, a);
+    for (int t = 0; t < r; ++t) wv[t] = out.Mul(wv[t], Rotation(t, 4 * r, -1));
+    LaneEmitter e2(out, type, "s");
+    for (int i = 0; i < r; ++i) {
+        std::string c = "_mm_setr_ps(", sn = "_mm_setr_ps(";
+        for (int q = 0; q < w; ++q) {
+            const Cx rot = Rotation((4 * i + 1) * (4 * q + 1), 8 * n, +1);  // e^(i*pi*(4a+1)(4q+1)/(4N))
+            c += std::string(q ? ", " : "") + HexLiteral(rot.real(), type.elem);
+            sn += std::string(q ? ", " : "") + HexLiteral(rot.imag(), type.elem);
+        }
+        c += ")", sn += ")";
+        const std::string xr = "ar" + I(i), xi = "ai" + I(i), u = "u" + I(i);
+        const int h = e2.AddHelper("const __m128 " + u + "c = " + c + ", " + u + "s = " + sn + ";\nconst __m128 " + u +
+                                       "r = _mm_add_ps(_mm_mul_ps(" + xr + ", " + u + "c), _mm_mul_ps(" + xi + ", " + u + "s)), " + u +
+                                       "i = _mm_sub_ps(_mm_mul_ps(" + xi + ", " + u + "c), _mm_mul_ps(" + xr + ", " + u + "s));",
+                                   {});
+        e2.census().muls += 4;
+        e2.census().adds += 2;
+        e2.BindInput(i, h, u + "r", u + "i");
+    }
+    e2.Compute(wv);
+    for (int t = 0; t < r; ++t) {
+        std::vector<int> deps;
+        const std::string even = e2.Part(wv[t], false, false, &deps), odd = e2.Part(wv[r - 1 - t], true, true, &deps);
+        e2.AddStore("{\n    const __m128 o = _mm_shuffle_ps(" + odd + ", " + odd + ", _MM_SHUFFLE(0, 1, 2, 3));\n    _mm_storeu_ps(y + " +
+                        I(2 * b * t) + ", _mm_unpacklo_ps(" + even + ", o));\n    _mm_storeu_ps(y + " + I(2 * b * t + 4) +
+                        ", _mm_unpackhi_ps(" + even + ", o));\n}",
+                    deps);
+        e2.census().shuffles += 3;
+        e2.census().stores += 1;
+    }
+    add(e2.census());
+    Text k;
+    k.signature = "template <>\nvoid Direct<" + I(n) + ", float>(const float* x, float* y)";
+    std::string indented;
+    for (size_t at = 0, end; at < transpose.size(); at = end + 1) {
+        end = transpose.find('\n', at);
+        indented += "    " + transpose.substr(at, end - at) + "\n";
+    }
+    k.body = "    const float* xr = x;\n    const float* xm = x + " + I(n) + ";\n" + e1.Body("    ") + indented + e2.Body("    ");
+    k.census = census.Text();
+    k.scheme = "4 phases of 4 points in lanes: rotate, 4-point DFT, transpose, rotate (constants), 4-point DFT, rotate";
+    return k;
+}
+
 // --- leaf: J of B points for one group of lanes per iteration ---------------
 Text Leaf(int b, LaneType type) {
     const int w = type.Lanes();
@@ -244,26 +349,16 @@ Text Output(int r, LaneType type, bool pair) {
             std::string text;
             for (int part = 0; part < 2; ++part) {
                 const char pc = part ? 'i' : 'r';
+                std::vector<std::string> rows;
                 text += "const " + v + " ";
-                for (int i = 0; i < w; ++i)
-                    text += std::string(i ? ", " : "") + n + pc + "row" + I(i) + " = " +
+                for (int i = 0; i < w; ++i) {
+                    rows.push_back(n + pc + "row" + I(i));
+                    text += std::string(i ? ", " : "") + rows.back() + " = " +
                             Load(type, "work + ((" + qv + " * " + I(w) + " + " + I(i) + ") * " + I(groups) + " + " + I(g) + ") * " +
                                            I(2 * w) + (part ? " + " + I(w) : ""));
-                text += ";\n";
-                const std::string rw = n + pc + "row";
-                if (single) {
-                    text += "const __m128 " + n + pc + "t0 = _mm_unpacklo_ps(" + rw + "0, " + rw + "1), " + n + pc + "t1 = _mm_unpacklo_ps(" + rw +
-                            "2, " + rw + "3), " + n + pc + "t2 = _mm_unpackhi_ps(" + rw + "0, " + rw + "1), " + n + pc +
-                            "t3 = _mm_unpackhi_ps(" + rw + "2, " + rw + "3);\n";
-                    text += "const __m128 " + n + pc + "0 = _mm_movelh_ps(" + n + pc + "t0, " + n + pc + "t1), " + n + pc + "1 = _mm_movehl_ps(" +
-                            n + pc + "t1, " + n + pc + "t0), " + n + pc + "2 = _mm_movelh_ps(" + n + pc + "t2, " + n + pc + "t3), " + n + pc +
-                            "3 = _mm_movehl_ps(" + n + pc + "t3, " + n + pc + "t2);";
-                    e.census().shuffles += 8;
-                } else {
-                    text += "const __m128d " + n + pc + "0 = _mm_unpacklo_pd(" + rw + "0, " + rw + "1), " + n + pc + "1 = _mm_unpackhi_pd(" + rw +
-                            "0, " + rw + "1);";
-                    e.census().shuffles += 2;
                 }
+                text += ";\n" + Transpose(type, rows, n + pc);
+                e.census().shuffles += single ? 8 : 2;
                 if (!part) text += "\n";
             }
             int load = e.AddLoad(text);
@@ -341,8 +436,14 @@ GeneratedFile Dct4File(int index, bool single) {
     std::string what, stem;
     switch (id.kind) {
         case KernelKind::kDirect:
-            texts.push_back(Direct(id.size, scalar));
-            what = "type-IV DCT of " + I(id.size) + " points, scalar";
+            // Single precision N = 32 is one 4 x 4 block of the lane form.
+            if (single && id.size == 32) {
+                texts.push_back(DirectInLanes(id.size, vec));
+                what = "type-IV DCT of 32 points, four phases in the lanes of __m128";
+            } else {
+                texts.push_back(Direct(id.size, scalar));
+                what = "type-IV DCT of " + I(id.size) + " points, scalar";
+            }
             stem = "direct";
             break;
         case KernelKind::kLeaf:

@@ -35,7 +35,7 @@ LaneEmitter::Part_ LaneEmitter::Constant(Real c) {
     std::string lit = HexLiteral(c, type_.elem);
     auto it = constants_.find(lit);
     if (it != constants_.end()) return {it->second};
-    std::string name = "kC" + std::to_string(constants_.size());
+    std::string name = prefix_ + "kC" + std::to_string(constants_.size());
     constants_.emplace(lit, name);
     std::string value = lit;
     if (type_.vector) value = std::string(type_.elem == ElemType::kFloat ? "_mm_set1_ps(" : "_mm_set1_pd(") + lit + ")";
@@ -47,7 +47,7 @@ LaneEmitter::Part_ LaneEmitter::Product(const Part_& x, Real c, int node) {
     const std::string k = Constant(c).var;
     auto it = products_.find({x.var, k});
     if (it != products_.end()) return it->second;
-    std::string name = "p" + std::to_string(temp_++);
+    std::string name = prefix_ + "p" + std::to_string(temp_++);
     ++prog_.census.muls;
     int instr = prog_.Add(Program::Kind::kCompute,
                           "const " + type_.Name() + " " + name + " = " + Op("*", x.var, k) + ";", {x.instr}, node);
@@ -78,7 +78,7 @@ LaneEmitter::Part_ LaneEmitter::Sum(const Part_& x, const Part_& y, bool subtrac
 void LaneEmitter::Compute(const Signal& outputs) {
     for (int id : ReachableNodes(dag_, outputs)) {
         const Node& n = dag_.at(id);
-        const std::string t = "t" + std::to_string(id);
+        const std::string t = prefix_ + "t" + std::to_string(id);
         std::string comments = StageComments(dag_, id);
         if (!comments.empty()) prog_.Add(Program::Kind::kCompute, comments.substr(0, comments.size() - 1), {}, id - 0.5);
         Cplx out;

@@ -17,6 +17,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dag.h"
@@ -34,7 +35,10 @@ struct LaneType {
 
 class LaneEmitter {
 public:
-    LaneEmitter(const Dag& dag, LaneType type) : dag_(dag), type_(type) {}
+    // `prefix` starts every name the emitter makes up, so that two emitters
+    // can share one function body.
+    LaneEmitter(const Dag& dag, LaneType type, std::string prefix = "")
+        : dag_(dag), type_(type), prefix_(std::move(prefix)) {}
 
     // A load statement (any number of lines) that the inputs bound to it use.
     int AddLoad(const std::string& text, std::vector<int> deps = {});
@@ -75,6 +79,7 @@ private:
 
     const Dag& dag_;
     LaneType type_;
+    std::string prefix_;
     Program prog_;
     std::map<int, Cplx> inputs_;
     std::map<int, Cplx> values_;  // node -> parts
