@@ -8,9 +8,9 @@
 // points between a rotation of each input and a rotation of each output.
 //
 // direct  N = 2..32: that formula written out, scalar (for N <= 4 the sums
-//         themselves, which round less); or, where whole
-//         vectors fit (N = 32, and N = 16 in double), the plan below
-//         done in registers with its tables as constants.
+//         themselves, which round less); or, where whole vectors fit
+//         (N = 32, and N = 16 in double), the plan below done in registers
+//         with its tables as constants.
 // Longer N take r phases a of v (m = r*b + a, B = L/r points each) and
 // outputs j = q + B*t:
 //   W[q + B*t] = e^(-i*pi*t/(2r)) * sum_a e^(-2*pi*i*a*t/r) * T(a, q) * J_a(q),
