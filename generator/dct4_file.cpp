@@ -154,6 +154,41 @@ std::string Transpose(LaneType type, const std::vector<std::string>& rows, const
            ", " + rows[1] + ");";
 }
 
+// Adds the statement defining <out>r, <out>i = (xr + i*xi)(c - i*s), the
+// rotation by a table (or constant) cosine and sine; `prelude` may define c
+// and s. Returns the instruction for BindInput.
+int AddConjRotation(LaneEmitter& e, const std::string& out, const std::string& xr, const std::string& xi, const std::string& c,
+                    const std::string& s, std::vector<int> deps, const std::string& prelude = "") {
+    const bool single = e.type().elem == ElemType::kFloat;
+    const std::string add = single ? "_mm_add_ps" : "_mm_add_pd", sub = single ? "_mm_sub_ps" : "_mm_sub_pd",
+                      mul = single ? "_mm_mul_ps" : "_mm_mul_pd";
+    e.census().muls += 4;
+    e.census().adds += 2;
+    return e.AddHelper(prelude + "const " + e.type().Name() + " " + out + "r = " + add + "(" + mul + "(" + xr + ", " + c + "), " + mul +
+                           "(" + xi + ", " + s + ")), " + out + "i = " + sub + "(" + mul + "(" + xi + ", " + c + "), " + mul + "(" + xr +
+                           ", " + s + "));",
+                       std::move(deps));
+}
+
+// Adds the store of 2w elements of y at `at`: the even slots from the lanes
+// of `even`, the odd ones from the lanes of `odd` in reverse order (the
+// mirror q-group runs the other way).
+void AddInterleavedStore(LaneEmitter& e, const std::string& at, const std::string& even, const std::string& odd,
+                         std::vector<int> deps) {
+    if (e.type().elem == ElemType::kFloat) {
+        e.AddStore("{\n    const __m128 o = _mm_shuffle_ps(" + odd + ", " + odd + ", _MM_SHUFFLE(0, 1, 2, 3));\n    _mm_storeu_ps(" + at +
+                       ", _mm_unpacklo_ps(" + even + ", o));\n    _mm_storeu_ps(" + at + " + 4, _mm_unpackhi_ps(" + even + ", o));\n}",
+                   std::move(deps));
+        e.census().shuffles += 3;
+    } else {
+        e.AddStore("_mm_storeu_pd(" + at + ", _mm_shuffle_pd(" + even + ", " + odd + ", 2));\n_mm_storeu_pd(" + at +
+                       " + 2, _mm_shuffle_pd(" + even + ", " + odd + ", 1));",
+                   std::move(deps));
+        e.census().shuffles += 2;
+    }
+    e.census().stores += 1;
+}
+
 // --- direct kernels in lanes --------------------------------------------------
 // The plan of the longer lengths done in registers, with the rotation table
 // as per-lane constants: r phases of B = N/(2r) points, w phases per vector
@@ -219,8 +254,7 @@ Text DirectInLanes(int n, int r, LaneType type) {
         for (int k = 0; k < r; ++k) wq[qg][k] = out.Mul(wq[qg][k], Rotation(k, 4 * r, -1));
     }
     LaneEmitter e2(out, type, "s");
-    const std::string add_op = single ? "_mm_add_ps" : "_mm_add_pd", sub = single ? "_mm_sub_ps" : "_mm_sub_pd",
-                      mul = single ? "_mm_mul_ps" : "_mm_mul_pd", setr = single ? "_mm_setr_ps(" : "_mm_setr_pd(";
+    const std::string setr = single ? "_mm_setr_ps(" : "_mm_setr_pd(";
     for (int qg = 0; qg < qgroups; ++qg)
         for (int a = 0; a < r; ++a) {
             std::string c = setr, sn = setr;
@@ -233,12 +267,8 @@ Text DirectInLanes(int n, int r, LaneType type) {
             c += ")", sn += ")";
             const std::string col = "a" + I(qg) + "_" + I(a / w), xr = col + "r" + I(a % w), xi = col + "i" + I(a % w);
             const std::string u = "u" + I(qg) + "_" + I(a);
-            const int h = e2.AddHelper("const " + v + " " + u + "c = " + c + ", " + u + "s = " + sn + ";\nconst " + v + " " + u + "r = " +
-                                           add_op + "(" + mul + "(" + xr + ", " + u + "c), " + mul + "(" + xi + ", " + u + "s)), " + u +
-                                           "i = " + sub + "(" + mul + "(" + xi + ", " + u + "c), " + mul + "(" + xr + ", " + u + "s));",
-                                       {});
-            e2.census().muls += 4;
-            e2.census().adds += 2;
+            const int h = AddConjRotation(e2, u, xr, xi, u + "c", u + "s", {},
+                                          "const " + v + " " + u + "c = " + c + ", " + u + "s = " + sn + ";\n");
             e2.BindInput(qg * r + a, h, u + "r", u + "i");
         }
     Signal all_w;
@@ -251,18 +281,7 @@ Text DirectInLanes(int n, int r, LaneType type) {
             std::vector<int> deps;
             const std::string even = e2.Part(wq[qg][k], false, false, &deps);
             const std::string odd = e2.Part(wq[qgroups - 1 - qg][r - 1 - k], true, true, &deps);
-            const std::string at = I(2 * (qg * w + b * k));
-            if (single)
-                e2.AddStore("{\n    const __m128 o = _mm_shuffle_ps(" + odd + ", " + odd + ", _MM_SHUFFLE(0, 1, 2, 3));\n    _mm_storeu_ps(y + " +
-                                at + ", _mm_unpacklo_ps(" + even + ", o));\n    _mm_storeu_ps(y + " + at + " + 4, _mm_unpackhi_ps(" + even +
-                                ", o));\n}",
-                            deps);
-            else
-                e2.AddStore("_mm_storeu_pd(y + " + at + ", _mm_shuffle_pd(" + even + ", " + odd + ", 2));\n_mm_storeu_pd(y + " + at +
-                                " + 2, _mm_shuffle_pd(" + even + ", " + odd + ", 1));",
-                            deps);
-            e2.census().shuffles += single ? 3 : 2;
-            e2.census().stores += 1;
+            AddInterleavedStore(e2, "y + " + I(2 * (qg * w + b * k)), even, odd, deps);
         }
     add(e2.census());
     Text k;
@@ -340,16 +359,8 @@ Text Step(int r2, LaneType type) {
         const std::string tw = "tw + " + I((d - 1) * 2 * w);
         int tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
         e.census().loads += 1;
-        const std::string add = type.elem == ElemType::kFloat ? "_mm_add_ps" : "_mm_add_pd";
-        const std::string sub = type.elem == ElemType::kFloat ? "_mm_sub_ps" : "_mm_sub_pd";
-        const std::string mul = type.elem == ElemType::kFloat ? "_mm_mul_ps" : "_mm_mul_pd";
-        const std::string c = "c" + I(d), s = "s" + I(d);
-        int rot = e.AddHelper("const " + v + " " + a + "x = " + add + "(" + mul + "(" + a + "r, " + c + "), " + mul + "(" + a + "i, " + s +
-                                  ")), " + a + "y = " + sub + "(" + mul + "(" + a + "i, " + c + "), " + mul + "(" + a + "r, " + s + "));",
-                              {load, tl});
-        e.census().muls += 4;
-        e.census().adds += 2;
-        e.BindInput(d, rot, a + "x", a + "y");
+        const int rot = AddConjRotation(e, a + "t", a + "r", a + "i", "c" + I(d), "s" + I(d), {load, tl});
+        e.BindInput(d, rot, a + "tr", a + "ti");
     }
     e.Compute(y);
     for (int k = 0; k < r2; ++k) {
@@ -387,8 +398,6 @@ Text Output(int r, LaneType type, bool pair) {
         for (int k = 0; k < r; ++k) out[s][k] = dag.Mul(out[s][k], Rotation(k, 4 * r, -1));
     }
     LaneEmitter e(dag, type);
-    const std::string add = single ? "_mm_add_ps" : "_mm_add_pd", sub = single ? "_mm_sub_ps" : "_mm_sub_pd",
-                      mul = single ? "_mm_mul_ps" : "_mm_mul_pd";
     for (int s = 0; s < sets; ++s) {
         const std::string qv = s == 0 ? "q" : "qm";
         for (int g = 0; g < groups; ++g) {
@@ -418,11 +427,7 @@ Text Output(int r, LaneType type, bool pair) {
                 int tl = e.AddLoad("const " + v + " " + c + " = " + Load(type, rot) + ", " + sn + " = " + Load(type, rot + " + " + I(w)) + ";");
                 e.census().loads += 1;
                 const std::string xr = n + "r" + I(l), xi = n + "i" + I(l), u = "u" + I(s) + "_" + I(a);
-                int h = e.AddHelper("const " + v + " " + u + "r = " + add + "(" + mul + "(" + xr + ", " + c + "), " + mul + "(" + xi + ", " + sn +
-                                        ")), " + u + "i = " + sub + "(" + mul + "(" + xi + ", " + c + "), " + mul + "(" + xr + ", " + sn + "));",
-                                    {load, tl});
-                e.census().muls += 4;
-                e.census().adds += 2;
+                const int h = AddConjRotation(e, u, xr, xi, c, sn, {load, tl});
                 e.BindInput(s * r + a, h, u + "r", u + "i");
             }
         }
@@ -437,19 +442,7 @@ Text Output(int r, LaneType type, bool pair) {
         std::vector<int> deps;
         const std::string even = e.Part(out[s][k], false, false, &deps);
         const std::string odd = e.Part(out[mirror][r - 1 - k], true, true, &deps);
-        const std::string yp = "y + 2 * (" + std::string(s == 0 ? "q" : "qm") + " * " + I(w) + " + b * " + I(k) + ")";
-        std::string text;
-        if (single) {
-            text = "{\n    const __m128 o = _mm_shuffle_ps(" + odd + ", " + odd + ", _MM_SHUFFLE(0, 1, 2, 3));\n    _mm_storeu_ps(" + yp +
-                   ", _mm_unpacklo_ps(" + even + ", o));\n    _mm_storeu_ps(" + yp + " + 4, _mm_unpackhi_ps(" + even + ", o));\n}";
-            e.census().shuffles += 3;
-        } else {
-            text = "_mm_storeu_pd(" + yp + ", _mm_shuffle_pd(" + even + ", " + odd + ", 2));\n_mm_storeu_pd(" + yp + " + 2, _mm_shuffle_pd(" +
-                   even + ", " + odd + ", 1));";
-            e.census().shuffles += 2;
-        }
-        e.AddStore(text, deps);
-        e.census().stores += 1;
+        AddInterleavedStore(e, "y + 2 * (" + std::string(s == 0 ? "q" : "qm") + " * " + I(w) + " + b * " + I(k) + ")", even, odd, deps);
     };
     for (int s = 0; s < sets; ++s)
         for (int k = 0; k < r; ++k) store(s, k);
