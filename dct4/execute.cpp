@@ -1,7 +1,7 @@
-// The DCT-IV transform: checks, then the kernel the spec's kind names. The
-// kind word is read on every call, so a spec whose kind was overwritten is
-// refused before anything is read or written; so is a spec built for the
-// other precision, whose tables the kernels would read past.
+// The DCT-IV transform: checks, then the kernel the DCT4Spec's kind names.
+// The kind word is read on every call, so a DCT4Spec whose kind was
+// overwritten is refused before anything is read or written; so is one
+// built for the other precision, whose tables the kernels would read past.
 #include "dct4/plan_records.h"
 #include "dct4/run_plan.h"
 #include "qvngen.h"

@@ -34,7 +34,7 @@ Status GetSize(std::int32_t length, std::int32_t* size) {
     return kStatusOk;
 }
 
-// Everything the spec holds, then its own record: the arena word is back
+// Everything the DCT4Spec holds, then its own record: the arena word is back
 // where Init set it.
 template <class Real>
 void TearDown(::DCT4Spec* spec) {

@@ -9,7 +9,7 @@
 // The object tree of a kind-6 plan (N the length, r the top radix, w the
 // vector width, e the element size):
 //
-//   spec (44) + work buffer N*e
+//   DCT4Spec (44) + work buffer N*e
 //     ownedObjects: twiddle source (36), output stage, input stage
 //     outputStages: output stage (64)
 //       stage list, owned list: rotation table (64) + table 32*r*(N/(2r)/w)
@@ -39,7 +39,7 @@
 // The specification: eleven 32-bit words in a fixed order.
 struct DCT4Spec {
     qvn::plan::PlanObject header;  // releaseFn, objectSize (44), buildFn, arena
-    std::uint32_t ownedObjects;    // head node: the objects the spec releases
+    std::uint32_t ownedObjects;    // head node: the objects the DCT4Spec releases
     std::uint32_t outputStages;    // head node: the stage that writes the destination
     std::uint32_t inputStages;     // head node: the stage that reads the source
     std::uint32_t workBuffer;      // N elements, 0 for the direct lengths
@@ -76,7 +76,7 @@ enum ReleaseTag : std::uint32_t {
     kReleaseSubStep,
 };
 
-// What a record's function word names: the spec's builder, or the value
+// What a record's function word names: the DCT4Spec's builder, or the value
 // function of a twiddle source or view.
 enum FunctionTag : std::uint32_t {
     kFunctionNone = 0,
@@ -284,11 +284,11 @@ std::int32_t SpecKind(std::int32_t length);
 template <class Real>
 std::int64_t PredictArenaBytes(std::int32_t length);
 
-// Runs the builder the spec's function word names. Returns kStatusOk, or
-// kStatusBadSize with the spec partly built (release it with ReleaseSpec).
+// Runs the builder the DCT4Spec's function word names. Returns kStatusOk, or
+// kStatusBadSize with the DCT4Spec partly built (release it with ReleaseSpec).
 Status BuildPlan(DCT4Spec* spec);
 
-// Gives back everything the spec owns except its own 44 bytes: the work
+// Gives back everything the DCT4Spec owns except its own 44 bytes: the work
 // buffer, the stage lists, the owned objects and their lists.
 template <class Real>
 void ReleaseSpec(DCT4Spec* spec);

@@ -1,5 +1,5 @@
 // What the transform needs to know about a built kind-6 plan, read from the
-// specification's lists the way the stages are found on every call.
+// DCT4Spec's lists the way the stages are found on every call.
 //
 // Layouts the planner fills and the generated kernels read (w = 4 floats or
 // 2 doubles per vector, L = N/2 complex points, r the top radix, B = N/(2r)
@@ -31,7 +31,7 @@ struct RadixStepView {
 };
 
 struct PlanView {
-    std::int32_t kind;      // the spec's kind word as stored
+    std::int32_t kind;      // the DCT4Spec's kind word as stored
     std::int32_t length;    // N as stored
     int radix;              // r
     int phase_points;       // B = N/(2r)
@@ -39,15 +39,15 @@ struct PlanView {
     bool output_usable;     // the output stage is marked usable
     int output_selector;    // 1..6 as stored by the rotation-table fill (1 + log2(r/2) for r = 2..32)
     const void* rotation;   // rotation table
-    void* work;             // the spec's work buffer
+    void* work;             // the DCT4Spec's work buffer
     int steps;              // radix steps from the top, 0 when B <= 32
     RadixStepView step[kMaxRadixSteps];
     int leaf_points;        // complex points of the direct kernel at the bottom (B / product of radices)
 };
 
-// Fills `view` from a spec whose kind is 6, following outputStages and
+// Fills `view` from a DCT4Spec whose kind is 6, following outputStages and
 // inputStages and the stage lists below them. Reads only; never fails on a
-// spec that Init built.
+// DCT4Spec that Init built.
 void ReadPlan(const DCT4Spec* spec, PlanView* view);
 
 }  // namespace qvn::dct4

@@ -1,5 +1,5 @@
 // The DCT-IV planner: chooses the radices, builds the object tree of a
-// kind-6 plan in the specification's arena, fills its tables, and predicts
+// kind-6 plan in the DCT4Spec's arena, fills its tables, and predicts
 // to the byte how much arena that tree takes.
 #include <bit>
 #include <cstdint>
@@ -431,7 +431,7 @@ Status Build(DCT4Spec* spec) {
         spec->workBuffer = 0;
         return kStatusOk;
     }
-    // The release of a kind-6 spec always gives back an N-element work buffer,
+    // The release of a kind-6 DCT4Spec always gives back an N-element work buffer,
     // so it is taken before anything can fail.
     spec->workBuffer = OffsetIn(arena, ArenaTake(arena, WorkBytes<Real>(length)));
     if (PredictArenaBytes<Real>(length) > kLargestPlan) return kStatusBadSize;
@@ -461,7 +461,9 @@ void DropOwnedList(PlanArena* arena, std::uint32_t list) {
     DropList(arena, list);
 }
 
-void ReleaseOutputStage(OutputStage* stage) {
+// The stages and kernel plans: a stage list and an owned list, nothing else.
+template <class Stage>
+void ReleaseStage(Stage* stage) {
     PlanArena* arena = ArenaOf(&stage->header);
     DropList(arena, stage->stageList);
     DropOwnedList(arena, stage->ownedList);
@@ -471,18 +473,6 @@ void ReleaseRotationTable(RotationTable* table) {
     PlanArena* arena = ArenaOf(&table->header);
     DropOwnedList(arena, table->ownedList);
     ArenaGiveBack(arena, nullptr, RotationBytes(table->radix, table->groups));
-}
-
-void ReleaseInputStage(InputStage* stage) {
-    PlanArena* arena = ArenaOf(&stage->header);
-    DropList(arena, stage->stageList);
-    DropOwnedList(arena, stage->ownedList);
-}
-
-void ReleaseInputPlan(InputPlan* kernel) {
-    PlanArena* arena = ArenaOf(&kernel->header);
-    DropList(arena, kernel->stageList);
-    DropOwnedList(arena, kernel->ownedList);
 }
 
 void ReleaseRadixStep(RadixStep* step) {
@@ -497,12 +487,6 @@ void ReleaseStepTable(StepTable* table) {
     PlanArena* arena = ArenaOf(&table->header);
     DropOwnedList(arena, table->ownedList);
     ArenaGiveBack(arena, nullptr, StepTableBytes(table->radix, table->subPoints));
-}
-
-void ReleaseSubStep(SubStep* sub) {
-    PlanArena* arena = ArenaOf(&sub->header);
-    DropList(arena, sub->stageList);
-    DropOwnedList(arena, sub->ownedList);
 }
 
 }  // namespace
@@ -532,13 +516,13 @@ void ReleaseObject(PlanObject* object) {
     switch (object->release) {
         case kReleaseSpec32f: ReleaseSpec<float>(reinterpret_cast<DCT4Spec*>(object)); break;
         case kReleaseSpec64f: ReleaseSpec<double>(reinterpret_cast<DCT4Spec*>(object)); break;
-        case kReleaseOutputStage: ReleaseOutputStage(reinterpret_cast<OutputStage*>(object)); break;
+        case kReleaseOutputStage: ReleaseStage(reinterpret_cast<OutputStage*>(object)); break;
         case kReleaseRotationTable: ReleaseRotationTable(reinterpret_cast<RotationTable*>(object)); break;
-        case kReleaseInputStage: ReleaseInputStage(reinterpret_cast<InputStage*>(object)); break;
-        case kReleaseInputPlan: ReleaseInputPlan(reinterpret_cast<InputPlan*>(object)); break;
+        case kReleaseInputStage: ReleaseStage(reinterpret_cast<InputStage*>(object)); break;
+        case kReleaseInputPlan: ReleaseStage(reinterpret_cast<InputPlan*>(object)); break;
         case kReleaseRadixStep: ReleaseRadixStep(reinterpret_cast<RadixStep*>(object)); break;
         case kReleaseStepTable: ReleaseStepTable(reinterpret_cast<StepTable*>(object)); break;
-        case kReleaseSubStep: ReleaseSubStep(reinterpret_cast<SubStep*>(object)); break;
+        case kReleaseSubStep: ReleaseStage(reinterpret_cast<SubStep*>(object)); break;
         default: break;  // kReleaseNothing: value-only records
     }
 }

@@ -127,7 +127,7 @@ std::optional<int32_t> ExpectedSize(int32_t length) {
         }
         for (int64_t t : {Up(0), Up(plan), 2 * node}) sum.Add(t);
         for (int64_t t : {Up(0), Up(60), 2 * node, 2 * node}) sum.Add(t);
-        // spec block
+        // DCT4Spec block
         for (int64_t t : {Up(N * e), Up(44), 3 * node, 2 * node, Up(36), node, 2 * node}) sum.Add(t);
     }
     sum.Add(64);
@@ -265,7 +265,7 @@ void CheckPlacement(int32_t n, size_t shift) {
     EXPECT_TRUE(view.output_usable);
 
     // Every table and buffer: 32-byte aligned, inside the block, and no two
-    // of them (or the spec record) overlapping.
+    // of them (or the DCT4Spec record) overlapping.
     const auto e = static_cast<uintptr_t>(sizeof(Real));
     const uintptr_t N = static_cast<uintptr_t>(n);
     const uintptr_t B = N / (2 * view.radix);

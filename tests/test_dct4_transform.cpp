@@ -77,7 +77,7 @@ std::vector<T> RandomInput(int n, unsigned seed) {
     return x;
 }
 
-// A spec owned by the test, from InitAlloc.
+// A DCT4Spec owned by the test, from InitAlloc.
 template <class T>
 struct Spec {
     explicit Spec(int n) { EXPECT_EQ(Api<T>::InitAlloc(&spec, n), kStatusOk) << "N = " << n; }
@@ -146,7 +146,7 @@ TYPED_TEST(Dct4Transform, TwiceIsHalfTheLengthTimesTheInput) {
 }
 
 // Every kind word other than 1..6 is refused before anything is touched;
-// the same spec works again once its kind is restored.
+// the same DCT4Spec works again once its kind is restored.
 TYPED_TEST(Dct4Transform, UnknownKindIsRefusedAndTheDestinationUntouched) {
     using T = TypeParam;
     for (int n : {2, 32, 64, 1024}) {
@@ -168,7 +168,7 @@ TYPED_TEST(Dct4Transform, UnknownKindIsRefusedAndTheDestinationUntouched) {
     }
 }
 
-// A spec of the other precision has tables of the wrong element size.
+// A DCT4Spec of the other precision has tables of the wrong element size.
 TEST(Dct4TransformPrecision, SpecOfTheOtherPrecisionIsRefused) {
     for (int n : {2, 64, 4096}) {
         Spec<float> single(n);
@@ -193,7 +193,7 @@ TYPED_TEST(Dct4Transform, NullArgumentsAreRefused) {
     for (T v : y) EXPECT_EQ(v, T(9));
 }
 
-// Source and destination anywhere (no alignment is required), the spec in a
+// Source and destination anywhere (no alignment is required), the DCT4Spec in a
 // caller block at any 4-byte offset: always the same bits.
 TYPED_TEST(Dct4Transform, ResultDoesNotDependOnPlacement) {
     using T = TypeParam;
@@ -218,7 +218,7 @@ TYPED_TEST(Dct4Transform, ResultDoesNotDependOnPlacement) {
 }
 
 // Arrays of exactly N elements flush against an inaccessible page on either
-// side, and the spec in a block of exactly GetSize bytes before such a page:
+// side, and the DCT4Spec in a block of exactly GetSize bytes before such a page:
 // any stray access faults. The one-more-than-a-power-of-two lengths that the
 // planner accepts are run too; their values are not a DCT-IV.
 TYPED_TEST(Dct4Transform, TouchesNothingOutsideItsArraysAndBlock) {
@@ -244,7 +244,7 @@ TYPED_TEST(Dct4Transform, TouchesNothingOutsideItsArraysAndBlock) {
     EXPECT_GE(accepted, 14);
 }
 
-// One spec per thread: every thread gets the single-threaded bits.
+// One DCT4Spec per thread: every thread gets the single-threaded bits.
 TYPED_TEST(Dct4Transform, ThreadsWithTheirOwnSpecsAgree) {
     using T = TypeParam;
     const int n = 2048;
