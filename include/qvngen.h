@@ -27,6 +27,41 @@
  * Status codes: kStatusNullPointer when src or dst is null (tested first),
  * kStatusBadFlag for any other flag value.
  *
+ * Real-input DFT, for N = 2..64 (L = CCS, Pack or Perm; P = 32f or 64f):
+ *   Status qvngDFTFwd_RTo<L>_<N>_<P>(const float* src, float* dst, ScaleFlag flag);
+ *   Status qvngDFTInv_<L>ToR_<N>_<P>(const float* src, float* dst, ScaleFlag flag);
+ *   Status qvngDFTFwd_RTo<L>_<P>(const float* src, float* dst, int32_t n, ScaleFlag flag);
+ *   Status qvngDFTInv_<L>ToR_<P>(const float* src, float* dst, int32_t n, ScaleFlag flag);
+ *   (double elements for 64f)
+ *
+ *   The forward entries keep bins k = 0..N/2 of the forward DFT above, in
+ *   one of three layouts (M = N/2 rounded down):
+ *     CCS   N+2 (even N) or N+1 (odd N) elements: Re k at 2k, Im k at 2k+1;
+ *           Im 0 and, for even N, Im N/2 are stored as +0.0.
+ *     Pack  N elements: Re 0, Re 1, Im 1, Re 2, Im 2, ..., then Re N/2 for
+ *           even N.
+ *     Perm  N elements: as Pack for odd N; for even N Re 0, Re N/2, then
+ *           Re 1, Im 1, Re 2, Im 2, ...
+ *   The inverse entries read the same layouts and return N real samples; an
+ *   inverse CCS entry never reads Im 0 or, for even N, Im N/2. Flags as for
+ *   the complex DFT (forward flag 1 with inverse flag 1, forward 2 or 8 with
+ *   inverse 2, or 4 with 4, give back the input).
+ *
+ * Discrete Hartley transform, for N = 2..64:
+ *   Status qvngHartley_<N>_32f(const float* src, float* dst, ScaleFlag flag);
+ *   Status qvngHartley_32f(const float* src, float* dst, int32_t n, ScaleFlag flag);
+ *   (and _64f)
+ *
+ *   H[k] = s * sum_n x[n] * (cos(2*pi*k*n/N) + sin(2*pi*k*n/N));
+ *   flags 1 and 2: s = 1/N; 4: 1/sqrt(N); 8: 1. Applying it with flag 8 and
+ *   then with flag 1 gives back the input.
+ *
+ * In the real and Hartley families, single-precision entries add in single
+ * precision and form every product with a trigonometric constant in double
+ * precision, rounding it back to single once. Any element-aligned address
+ * works; src may equal dst when the array holds the larger of the two
+ * element counts.
+ *
  * Walsh-Hadamard transform of 2^k real values, order k = 1..13:
  *   Status qvngWHT_<k>_32f(const float* src, float* dst, ScaleFlag flag, uint8_t* buffer);
  *   Status qvngWHT_<k>_64f(const double* src, double* dst, ScaleFlag flag, uint8_t* buffer);
@@ -168,6 +203,35 @@ QVN_DECL(Status) qvngDFTFwd_CToC_32fc(const Complex32f* src, Complex32f* dst, in
 QVN_DECL(Status) qvngDFTInv_CToC_32fc(const Complex32f* src, Complex32f* dst, int32_t n, ScaleFlag flag);
 QVN_DECL(Status) qvngDFTFwd_CToC_64fc(const Complex64f* src, Complex64f* dst, int32_t n, ScaleFlag flag);
 QVN_DECL(Status) qvngDFTInv_CToC_64fc(const Complex64f* src, Complex64f* dst, int32_t n, ScaleFlag flag);
+
+/* Real-input DFT declarations: forward into CCS, Pack and Perm, inverse from
+ * them, qvngDFTFwd_RToCCS_2_32f ... qvngDFTInv_PermToR_64_64f. */
+#define QVNG_DECLARE_REAL_ONE(N, prec, T)                                                       \
+    QVN_DECL(Status) qvngDFTFwd_RToCCS_##N##_##prec(const T* src, T* dst, ScaleFlag flag);      \
+    QVN_DECL(Status) qvngDFTFwd_RToPack_##N##_##prec(const T* src, T* dst, ScaleFlag flag);     \
+    QVN_DECL(Status) qvngDFTFwd_RToPerm_##N##_##prec(const T* src, T* dst, ScaleFlag flag);     \
+    QVN_DECL(Status) qvngDFTInv_CCSToR_##N##_##prec(const T* src, T* dst, ScaleFlag flag);      \
+    QVN_DECL(Status) qvngDFTInv_PackToR_##N##_##prec(const T* src, T* dst, ScaleFlag flag);     \
+    QVN_DECL(Status) qvngDFTInv_PermToR_##N##_##prec(const T* src, T* dst, ScaleFlag flag);     \
+    QVN_DECL(Status) qvngHartley_##N##_##prec(const T* src, T* dst, ScaleFlag flag);
+#define QVNG_DECLARE_REAL(N) QVNG_DECLARE_REAL_ONE(N, 32f, float) QVNG_DECLARE_REAL_ONE(N, 64f, double)
+QVNG_FOR_EACH_LENGTH(QVNG_DECLARE_REAL)
+#undef QVNG_DECLARE_REAL
+#undef QVNG_DECLARE_REAL_ONE
+
+/* The same with the length as an argument; N outside 2..64 gives
+ * kStatusBadSize before any other check. */
+#define QVNG_DECLARE_REAL_GENERIC(prec, T)                                                              \
+    QVN_DECL(Status) qvngDFTFwd_RToCCS_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);         \
+    QVN_DECL(Status) qvngDFTFwd_RToPack_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);        \
+    QVN_DECL(Status) qvngDFTFwd_RToPerm_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);        \
+    QVN_DECL(Status) qvngDFTInv_CCSToR_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);         \
+    QVN_DECL(Status) qvngDFTInv_PackToR_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);        \
+    QVN_DECL(Status) qvngDFTInv_PermToR_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);        \
+    QVN_DECL(Status) qvngHartley_##prec(const T* src, T* dst, int32_t n, ScaleFlag flag);
+QVNG_DECLARE_REAL_GENERIC(32f, float)
+QVNG_DECLARE_REAL_GENERIC(64f, double)
+#undef QVNG_DECLARE_REAL_GENERIC
 
 /* Walsh-Hadamard transform: qvngWHT_1_32f ... qvngWHT_13_64f. */
 #define QVNG_FOR_EACH_WHT_ORDER(X) X(1) X(2) X(3) X(4) X(5) X(6) X(7) X(8) X(9) X(10) X(11) X(12) X(13)
