@@ -16,6 +16,8 @@ const ComplexDftRow& RowFor(int n) {
     throw std::runtime_error("no recipe for length " + std::to_string(n));
 }
 
+}  // namespace
+
 // Scale constants are computed in double precision exactly as 1.0 / N and
 // 1.0 / sqrt(double(N)); single-precision kernels round them once to float.
 std::string ScaleSetText(int n, ElemType type) {
@@ -23,8 +25,6 @@ std::string ScaleSetText(int n, ElemType type) {
     return "{" + HexLiteral(1.0L, type) + ", " + HexLiteral(inv_n, type) + " /* " + DecimalText(inv_n, type) + " */, " +
            HexLiteral(inv_sqrt, type) + " /* " + DecimalText(inv_sqrt, type) + " */}";
 }
-
-}  // namespace
 
 namespace {
 

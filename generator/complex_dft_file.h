@@ -16,6 +16,9 @@ struct GeneratedFile {
 
 GeneratedFile ComplexDftFile(int n, bool single);
 
+// Initialiser text of a qvn::ScaleSet: 1, 1/N, 1/sqrt(N) of the element type.
+std::string ScaleSetText(int n, ElemType type);
+
 // Census of the forward kernel for a recipe other than the table's: for
 // trying schemes out before changing the table.
 std::string ExploreComplexDft(int n, bool single, const std::string& recipe);

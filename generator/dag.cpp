@@ -1,6 +1,7 @@
 #include "dag.h"
 
 #include <cassert>
+#include <cmath>
 #include <utility>
 
 namespace gen {
@@ -63,6 +64,41 @@ Value Dag::MulI(Value x) {
     if (inner.op == Op::kMulI) return Neg(Value{inner.a, false});  // i * i = -1
     Node n{Op::kMulI};
     n.a = x.node;
+    return {Intern(n), false};
+}
+
+Value Dag::Conj(Value x) {
+    if (x.IsZero()) return x;
+    const Node& inner = nodes_[x.node];
+    if (inner.op == Op::kConj) return Value{inner.a, x.negated};
+    Node n{Op::kConj};
+    n.a = x.node;
+    return {Intern(n), x.negated};
+}
+
+Value Dag::RealPart(Value x) {
+    if (x.IsZero()) return x;
+    Node n{Op::kRealPart};
+    n.a = x.node;
+    return {Intern(n), x.negated};
+}
+
+Value Dag::ImagPart(Value x) {
+    if (x.IsZero()) return x;
+    Node n{Op::kImagPart};
+    n.a = x.node;
+    return {Intern(n), x.negated};
+}
+
+Value Dag::MulThree(Value x, Cx w) {
+    if (x.IsZero()) return x;
+    if (w.imag() == 0 || w.real() == 0 || std::fabs(w.real()) == std::fabs(w.imag())) return Mul(x, w);
+    if (w.real() < 0) return Neg(MulThree(x, -w));
+    if (x.negated) return Neg(MulThree(Neg(x), w));
+    Node n{Op::kMulThree};
+    n.a = x.node;
+    n.c = w.real();
+    n.d = w.imag();
     return {Intern(n), false};
 }
 

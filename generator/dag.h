@@ -26,6 +26,12 @@ enum class Op : std::uint8_t {
     kMulReal,  // a * c, c > 0 real
     kMulCplx,  // a * (c + i*d), c > 0, d != 0
     kMulI,     // a * i
+    // Only in the real-input transforms, which lower them to real parts
+    // (real_dag.h); the complex emitters refuse them.
+    kConj,      // conj(a)
+    kRealPart,  // re a (imaginary part zero)
+    kImagPart,  // i im a (real part zero)
+    kMulThree,  // a * (c + i*d) with three real products (Gauss)
 };
 
 struct Node {
@@ -51,6 +57,12 @@ public:
     Value MulReal(Value x, Real c);
     Value MulI(Value x);
     Value Mul(Value x, Cx w);  // any complex constant, simplified
+    Value Conj(Value x);
+    Value RealPart(Value x);
+    Value ImagPart(Value x);
+    // As Mul, but a constant with unequal nonzero parts is applied as
+    // c(a + b) - (c + d)b and c(a + b) + (d - c)a: three products, not four.
+    Value MulThree(Value x, Cx w);
 
     const Node& at(int id) const { return nodes_[id]; }
     int size() const { return static_cast<int>(nodes_.size()); }

@@ -111,6 +111,10 @@ void LaneEmitter::Compute(const Signal& outputs) {
                 out.im = a.re;
                 break;
             }
+            case Op::kConj:
+            case Op::kRealPart:
+            case Op::kImagPart:
+            case Op::kMulThree: throw std::runtime_error("real-kernel operation in a complex kernel");
             case Op::kMulCplx: {  // (x + iy)(c + id): re = cx - dy, im = cy + dx
                 const Cplx& a = values_.at(n.a);
                 const Real d = n.d < 0 ? -n.d : n.d;

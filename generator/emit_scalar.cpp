@@ -81,6 +81,10 @@ KernelText EmitScalar(const KernelInput& in, bool products_in_double) {
                 re = "-" + t(n.a, 'i');
                 im = t(n.a, 'r');
                 break;
+            case Op::kConj:
+            case Op::kRealPart:
+            case Op::kImagPart:
+            case Op::kMulThree: throw std::runtime_error("real-kernel operation in a complex kernel");
             case Op::kMulCplx: {
                 // (a + ib)(c + id) with d's sign written out.
                 Real d = n.d < 0 ? -n.d : n.d;

@@ -37,6 +37,10 @@ KernelText EmitSseDouble(const KernelInput& in) {
                 expr = "_mm_xor_pd(" + swapped(n.a) + ", neg_re)";
                 c.shuffles += 2;
                 break;
+            case Op::kConj:
+            case Op::kRealPart:
+            case Op::kImagPart:
+            case Op::kMulThree: throw std::runtime_error("real-kernel operation in a complex kernel");
             case Op::kMulCplx:  // (a, b)*(c, c) + (b, a)*(-d, d)
                 expr = "_mm_add_pd(_mm_mul_pd(" + v(n.a) + ", " + consts.Ref({n.c, n.c}) + "), _mm_mul_pd(" +
                        swapped(n.a) + ", " + consts.Ref({-n.d, n.d}) + "))";

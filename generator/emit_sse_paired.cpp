@@ -32,6 +32,10 @@ OpClass ClassOf(Op op) {
         case Op::kMulCplx: return OpClass::kMulCplx;
         case Op::kMulI: return OpClass::kMulI;
         case Op::kLoad: return OpClass::kLoad;
+        case Op::kConj:
+            case Op::kRealPart:
+            case Op::kImagPart:
+            case Op::kMulThree: throw std::runtime_error("real-kernel operation in a complex kernel");
     }
     return OpClass::kLoad;
 }

@@ -1,5 +1,5 @@
 // qvngen-gen: writes the generated kernels of the library.
-//   qvngen-gen complex-dft OUTDIR   kernels and census of the complex DFT
+//   qvngen-gen FAMILY OUTDIR   kernels and census of one family (see Usage)
 // Files are rewritten only when their text changes, so the build recompiles
 // just the kernels a generator change touched. Output is deterministic.
 #include <cstdio>
@@ -12,6 +12,7 @@
 
 #include "complex_dft_file.h"
 #include "dct4_file.h"
+#include "real_dft_file.h"
 #include "wht_file.h"
 
 namespace {
@@ -30,8 +31,9 @@ void WriteIfChanged(const std::filesystem::path& path, const std::string& text) 
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: qvngen-gen complex-dft|wht|dct4 OUTDIR\n"
-                 "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n");
+                 "usage: qvngen-gen complex-dft|dft-real|hartley|wht|dct4 OUTDIR\n"
+                 "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n"
+                 "       qvngen-gen explore-real N 32f|64f FORWARD INVERSE HARTLEY\n");
     return 2;
 }
 
@@ -41,6 +43,16 @@ int main(int argc, char** argv) {
     if (argc == 5 && std::string(argv[1]) == "explore") {
         try {
             std::printf("%s", gen::ExploreComplexDft(std::atoi(argv[2]), std::string(argv[3]) == "32fc", argv[4]).c_str());
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
+            return 1;
+        }
+        return 0;
+    }
+    if (argc == 7 && std::string(argv[1]) == "explore-real") {
+        try {
+            std::printf("%s", gen::ExploreReal(std::atoi(argv[2]), std::string(argv[3]) == "32f", argv[4], argv[5],
+                                               argv[6]).c_str());
         } catch (const std::exception& e) {
             std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
             return 1;
@@ -61,6 +73,8 @@ int main(int argc, char** argv) {
         };
         const Family families[] = {
             {"complex-dft", "complex DFT kernels", 2, 64, gen::ComplexDftFile},
+            {"dft-real", "real DFT kernels (mul: products with constants)", 2, 64, gen::RealDftFile},
+            {"hartley", "Hartley kernels (mul: products with constants)", 2, 64, gen::HartleyFile},
             {"wht", "Walsh-Hadamard kernels, all passes", 1, 13, gen::WhtFile},
             {"dct4", "type-IV DCT kernels", 0, gen::Dct4FileCount() - 1, gen::Dct4File},
         };

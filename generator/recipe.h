@@ -35,4 +35,16 @@ struct ComplexDftRow {
 };
 extern const std::vector<ComplexDftRow> kComplexDftTable;
 
+// One row of the real-input table: the most multiplications by constants
+// the double-precision forward kernel may use, and the schemes of the three
+// real families (both precisions use the same breakdown).
+struct RealDftRow {
+    int n;
+    int forward_budget;
+    const char* forward;
+    const char* inverse;
+    const char* hartley;
+};
+extern const std::vector<RealDftRow> kRealDftTable;
+
 }  // namespace gen

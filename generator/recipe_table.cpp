@@ -79,4 +79,86 @@ const std::vector<ComplexDftRow> kComplexDftTable = {
     {64, "ct(16, 4)", "ct(4, 16)"},
 };
 
+// The real-input schemes, one row per length: the multiplication budget of
+// the double-precision forward kernel (products with constants, the scale
+// not counted; the generator refuses a kernel above it), then the scheme of
+// the forward real DFT, the inverse real DFT and the Hartley transform. The
+// classes follow the lengths: butterflies (2, 4), symmetric pairs (3, 5, 7,
+// 11), Cooley-Tukey for prime powers, prime-factor splits for coprime
+// factors, Rader for the other primes (23 and 47 too, although the direct
+// form would cost as many products), no quarter-form five-point stage. The
+// 11-point stages differ on purpose between the families:
+//   forward  direct in 11, 22, 33, 44, 55; Rader-10 inside 23, 46, 47;
+//   inverse  Rader-10 in 11, 22, 33, 44, 55 and inside 47; direct inside 23, 46;
+//   Hartley  direct in 11, 22 and inside 23, 46; Rader-10 in 33, 44, 55 and 47.
+// Factor orders are the census's choice, per family: the inverse kernels
+// (conjugate-symmetric input) favour the transposed order of the forward
+// ones (32, 64), and of two orders with equal products the fewer additions.
+const std::vector<RealDftRow> kRealDftTable = {
+    // N, budget  forward                                    inverse                                    Hartley
+    {2, 0,     "2",                                       "2",                                       "2"},
+    {3, 2,     "3",                                       "3",                                       "3"},
+    {4, 0,     "4",                                       "4",                                       "4"},
+    {5, 8,     "5",                                       "5",                                       "5"},
+    {6, 4,     "pfa(2, 3)",                               "pfa(2, 3)",                               "pfa(2, 3)"},
+    {7, 18,    "7",                                       "7",                                       "7"},
+    {8, 2,     "ct(2, 4)",                                "ct(2, 4)",                                "ct(2, 4)"},
+    {9, 20,    "ct(3, 3)",                                "ct(3, 3)",                                "ct(3, 3)"},
+    {10, 16,   "pfa(2, 5)",                               "pfa(2, 5)",                               "pfa(2, 5)"},
+    {11, 50,   "11",                                      "rader(10)",                               "11"},
+    {12, 8,    "pfa(3, 4)",                               "pfa(4, 3)",                               "pfa(4, 3)"},
+    {13, 41,   "rader(12)",                               "rader(12)",                               "rader(12)"},
+    {14, 36,   "pfa(2, 7)",                               "pfa(2, 7)",                               "pfa(2, 7)"},
+    {15, 34,   "pfa(3, 5)",                               "pfa(3, 5)",                               "pfa(3, 5)"},
+    {16, 12,   "ct(4, 4)",                                "ct(4, 4)",                                "ct(4, 4)"},
+    {17, 54,   "rader(16)",                               "rader(16)",                               "rader(16)"},
+    {18, 40,   "pfa(2, 9)",                               "pfa(2, 9)",                               "pfa(2, 9)"},
+    {19, 108,  "rader(18)",                               "rader(18)",                               "rader(18)"},
+    {20, 32,   "pfa(4, 5)",                               "pfa(4, 5)",                               "pfa(4, 5)"},
+    {21, 68,   "pfa(3, 7)",                               "pfa(3, 7)",                               "pfa(3, 7)"},
+    {22, 100,  "pfa(2, 11)",                              "pfa(2, rader(10))",                       "pfa(2, 11)"},
+    {23, 242,  "rader(pfa(2, rader(10)))",                "rader(pfa(2, 11))",                       "rader(pfa(2, 11))"},
+    {24, 22,   "pfa(3, 8)",                               "pfa(8, 3)",                               "pfa(8, 3)"},
+    {25, 112,  "ct(5, 5)",                                "ct(5, 5)",                                "ct(5, 5)"},
+    {26, 82,   "pfa(2, 13)",                              "pfa(2, 13)",                              "pfa(2, 13)"},
+    {27, 110,  "ct(3, 9)",                                "ct(3, 9)",                                "ct(3, 9)"},
+    {28, 72,   "pfa(7, 4)",                               "pfa(4, 7)",                               "pfa(4, 7)"},
+    {29, 210,  "rader(28)",                               "rader(28)",                               "rader(28)"},
+    {30, 68,   "pfa(2, 3, 5)",                            "pfa(2, 3, 5)",                            "pfa(2, 3, 5)"},
+    {31, 192,  "rader(30)",                               "rader(30)",                               "rader(30)"},
+    {32, 44,   "ct(8, 4)",                                "ct(4, 8)",                                "ct(8, 4)"},
+    {33, 172,  "pfa(3, 11)",                              "pfa(3, rader(10))",                       "pfa(rader(10), 3)"},
+    {34, 108,  "pfa(2, 17)",                              "pfa(2, 17)",                              "pfa(2, 17)"},
+    {35, 146,  "pfa(5, 7)",                               "pfa(5, 7)",                               "pfa(5, 7)"},
+    {36, 80,   "pfa(4, 9)",                               "pfa(4, 9)",                               "pfa(4, 9)"},
+    {37, 228,  "rader(36)",                               "rader(36)",                               "rader(36)"},
+    {38, 216,  "pfa(2, 19)",                              "pfa(2, 19)",                              "pfa(2, 19)"},
+    {39, 149,  "pfa(13, 3)",                              "pfa(3, 13)",                              "pfa(13, 3)"},
+    {40, 74,   "pfa(8, 5)",                               "pfa(8, 5)",                               "pfa(8, 5)"},
+    {41, 242,  "rader(40)",                               "rader(40)",                               "rader(40)"},
+    {42, 136,  "pfa(2, 3, 7)",                            "pfa(2, 3, 7)",                            "pfa(2, 3, 7)"},
+    {43, 352,  "rader(42)",                               "rader(42)",                               "rader(42)"},
+    {44, 200,  "pfa(11, 4)",                              "pfa(4, rader(10))",                       "pfa(rader(10), 4)"},
+    {45, 172,  "pfa(9, 5)",                               "pfa(9, 5)",                               "pfa(9, 5)"},
+    {46, 484,  "pfa(2, rader(pfa(2, rader(10))))",        "pfa(2, rader(pfa(2, 11)))",               "pfa(2, rader(pfa(2, 11)))"},
+    {47, 1058, "rader(pfa(2, rader(pfa(2, rader(10)))))", "rader(pfa(2, rader(pfa(2, rader(10)))))", "rader(pfa(2, rader(pfa(2, rader(10)))))"},
+    {48, 68,   "pfa(3, 16)",                              "pfa(16, 3)",                              "pfa(16, 3)"},
+    {49, 324,  "ct(7, 7)",                                "ct(7, 7)",                                "ct(7, 7)"},
+    {50, 224,  "pfa(2, 25)",                              "pfa(2, 25)",                              "pfa(2, 25)"},
+    {51, 196,  "pfa(17, 3)",                              "pfa(3, 17)",                              "pfa(17, 3)"},
+    {52, 164,  "pfa(13, 4)",                              "pfa(4, 13)",                              "pfa(13, 4)"},
+    {53, 456,  "rader(52)",                               "rader(52)",                               "rader(52)"},
+    {54, 220,  "pfa(2, 27)",                              "pfa(2, 27)",                              "pfa(2, 27)"},
+    {55, 338,  "pfa(5, 11)",                              "pfa(5, rader(10))",                       "pfa(rader(10), 5)"},
+    {56, 158,  "pfa(7, 8)",                               "pfa(8, 7)",                               "pfa(8, 7)"},
+    {57, 362,  "pfa(19, 3)",                              "pfa(3, 19)",                              "pfa(19, 3)"},
+    {58, 420,  "pfa(2, 29)",                              "pfa(2, 29)",                              "pfa(2, 29)"},
+    {59, 954,  "rader(58)",                               "rader(58)",                               "rader(58)"},
+    {60, 136,  "pfa(4, 3, 5)",                            "pfa(4, 3, 5)",                            "pfa(4, 3, 5)"},
+    {61, 415,  "rader(60)",                               "rader(60)",                               "rader(60)"},
+    {62, 384,  "pfa(2, 31)",                              "pfa(2, 31)",                              "pfa(2, 31)"},
+    {63, 302,  "pfa(9, 7)",                               "pfa(9, 7)",                               "pfa(9, 7)"},
+    {64, 132,  "ct(16, 4)",                               "ct(4, 16)",                               "ct(16, 4)"},
+};
+
 }  // namespace gen

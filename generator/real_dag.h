@@ -1,0 +1,83 @@
+// Expression DAG of real values, for the real-input DFT and Hartley kernels.
+//
+// Those kernels are built with the complex DFT's own algorithm builders
+// (algorithms.h) and then lowered here, one complex node into a pair of real
+// values. Real inputs are complex values whose imaginary part is the
+// constant zero, so the lowering prunes everything that only feeds zeros, and
+// hash-consing merges the real and imaginary parts that conjugate symmetry
+// makes equal (X[N-k] = conj X[k] shows up as the same nodes, one of them
+// negated). Only what the requested outputs need is ever emitted.
+//
+// Rules of the constructors, as in the complex DAG: x + 0, x * 1, x * 0
+// vanish; negations travel on the edges and are folded into the add or
+// subtract that consumes them; constants are kept positive; a - b and b - a
+// are one node (the second negated).
+#pragma once
+
+#include <map>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "dag.h"
+
+namespace gen {
+
+enum class RealOp : std::uint8_t { kLoad, kAdd, kSub, kMul };
+
+struct RealNode {
+    RealOp op;
+    int a = -1, b = -1;  // operands, always taken positive
+    int index = -1;      // kLoad: input slot
+    Real c = 0;          // kMul: constant, > 0
+};
+
+// A possibly negated node; node == -1 is the constant zero.
+struct RealValue {
+    int node = -1;
+    bool negated = false;
+    bool IsZero() const { return node < 0; }
+    bool operator==(const RealValue&) const = default;
+};
+
+class RealDag {
+public:
+    RealValue Load(int slot);
+    RealValue Add(RealValue x, RealValue y);
+    RealValue Sub(RealValue x, RealValue y);
+    static RealValue Neg(RealValue x) { return x.IsZero() ? x : RealValue{x.node, !x.negated}; }
+    RealValue Mul(RealValue x, Real c);
+
+    const RealNode& at(int id) const { return nodes_[id]; }
+    int size() const { return static_cast<int>(nodes_.size()); }
+
+    // Stage labels carried over from the complex DAG (see Dag::Label).
+    void Label(int first_node, const std::string& text) { labels_.emplace(first_node, text); }
+    const std::multimap<int, std::string>& labels() const { return labels_; }
+
+private:
+    int Intern(const RealNode& n);
+    std::vector<RealNode> nodes_;
+    std::multimap<int, std::string> labels_;
+    std::map<std::tuple<int, int, int, int, Real>, int> index_;
+};
+
+// Real and imaginary part of one complex value.
+struct RealPair {
+    RealValue re, im;
+};
+
+// Lowers the complex values `outputs` of `dag` into `real`: `input(i)` gives
+// the parts of complex input element i. A product by a constant whose real
+// and imaginary parts have equal magnitude is formed as c * (a -+ b), one
+// product per part instead of two.
+std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real,
+                            const std::vector<RealPair>& inputs);
+
+// Nodes the outputs depend on, in topological order.
+std::vector<int> ReachableNodes(const RealDag& dag, const std::vector<RealValue>& outputs);
+
+// Multiplications by constants among the reachable nodes.
+int CountProducts(const RealDag& dag, const std::vector<RealValue>& outputs);
+
+}  // namespace gen
