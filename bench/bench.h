@@ -44,6 +44,9 @@ public:
     // our entry reported an error status.
     virtual double ErrOurs() = 0;
     virtual double ErrRef() = 0;
+    // The form of the reference the case settled on, when it chooses between
+    // several (empty otherwise); printed beside the reference's figures.
+    virtual std::string RefForm() const { return {}; }
 
     const std::string family;
     const int precision;
@@ -112,6 +115,24 @@ double ErrorOverTrials(int trials, Load load, Run run, CompareFn compare) {
 
 long double Pi();
 
+// cos and sin of 2 pi m / N, m = 0 .. N-1, in long double, for the exact
+// O(N^2) references. Each angle is split in integers into a whole number of
+// quarter turns and a rest of at most an eighth of a turn, so the quarter
+// points come out as exact 0 and +-1 and every other value as accurate as
+// cosl and sinl of a small argument. Callers reduce k*j modulo N in integers
+// (Index) before the look-up, so no angle is ever larger than a full turn.
+class ExactTwiddles {
+public:
+    explicit ExactTwiddles(int n);
+    int Index(int k, int j) const { return static_cast<int>(static_cast<long>(k) * j % n_); }
+    long double Cos(int m) const { return cos_[m]; }
+    long double Sin(int m) const { return sin_[m]; }
+
+private:
+    int n_;
+    std::vector<long double> cos_, sin_;
+};
+
 // The plain radix-2 Walsh-Hadamard loop (wht_loop.cpp, built at -O3) that
 // the generated kernels are compared with; out of place, 2^order values.
 void WhtLoop(const float* src, float* dst, int order);
@@ -122,5 +143,8 @@ void MakeComplexDftCases(const Options& opt, CaseList& out);
 void MakeWhtFftwCases(const Options& opt, CaseList& out);
 void MakeWhtLoopCases(const Options& opt, CaseList& out);
 void MakeDct4Cases(const Options& opt, CaseList& out);
+void MakeRealFwdCases(const Options& opt, CaseList& out);
+void MakeRealInvCases(const Options& opt, CaseList& out);
+void MakeHartleyCases(const Options& opt, CaseList& out);
 
 }  // namespace qvnbench

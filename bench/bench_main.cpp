@@ -3,7 +3,9 @@
 //
 // Each case alternates batches of our entry and of the reference; a batch is
 // as many back-to-back calls as fill about --batch-us microseconds, and the
-// figure reported is the median over all batches, in ns per call.
+// figure reported is the median over all batches, in ns per call. After the
+// tables and their summaries comes the time of every 32-bit entry over its
+// 64-bit twin, length by length, for the families run in both precisions.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -24,6 +26,11 @@ namespace {
 // Adding a transform family is one line here plus its Make function.
 const Family kFamilies[] = {
     {"dft-c", "complex DFT", "FFTW", MakeComplexDftCases},
+    {"rfwd", "real DFT, R to CCS", "FFTW", MakeRealFwdCases},
+    // The reference is whichever of two c2r plans is faster; the table
+    // names the one kept (see dft_real_cases.cpp).
+    {"rinv", "real DFT, CCS to R", "FFTW", MakeRealInvCases},
+    {"hartley", "discrete Hartley", "FFTW", MakeHartleyCases},
     // Two tables under one name: against FFTW, then against a plain loop.
     {"wht", "Walsh-Hadamard vs FFTW rank-k size-2 R2HC", "FFTW", MakeWhtFftwCases},
     {"wht", "Walsh-Hadamard vs radix-2 loop at -O3", "loop", MakeWhtLoopCases},
@@ -37,6 +44,24 @@ volatile double g_sink;
 void Consume(double v) { g_sink = g_sink + v; }
 
 long double Pi() { return 3.141592653589793238462643383279502884L; }
+
+ExactTwiddles::ExactTwiddles(int n) : n_(n), cos_(n), sin_(n) {
+    for (int m = 0; m < n; ++m) {
+        // 2 pi m / N = q pi/2 + pi r / (2N): q is the nearest whole number of
+        // quarter turns and r = 4m - qN, so |r| <= N/2 and the rest is at
+        // most pi/4.
+        const int q = (4 * m + n / 2) / n;
+        const int r = 4 * m - q * n;
+        const long double a = Pi() * r / (2.0L * n);
+        const long double c = cosl(a), s = sinl(a);
+        switch (q % 4) {
+            case 0: cos_[m] = c, sin_[m] = s; break;
+            case 1: cos_[m] = -s, sin_[m] = c; break;
+            case 2: cos_[m] = -c, sin_[m] = -s; break;
+            default: cos_[m] = s, sin_[m] = -c; break;
+        }
+    }
+}
 
 double ErrorAccumulator::Value() const {
     return den_ > 0 ? static_cast<double>(sqrtl(num_ / den_)) : static_cast<double>(sqrtl(num_));
@@ -62,14 +87,18 @@ const char kUsage[] =
     "  --n LIST          lengths to run: 16 | 16,17,32 | 2-16 (default all)\n"
     "  --precision P     32 or 64 (default both)\n"
     "  --direction D     fwd or inv (default both)\n"
-    "  --family F        transform family (default all; known: dft-c, wht, dct4)\n"
+    "  --family F        transform family (default all; known: dft-c, rfwd, rinv,\n"
+    "                    hartley, wht, dct4)\n"
     "  --batches K       timed batches per implementation (default 31)\n"
     "  --batch-us T      target length of one batch in microseconds (default 40)\n"
     "  --err-trials K    random input vectors behind the error figure (default 8)\n"
     "  --fftw-plans K    FFTW plans made per case, the fastest kept (default 3)\n"
     "  --quick           7 batches of 20 us, one FFTW plan per case: for trying\n"
     "                    things out, not for numbers\n"
-    "  --csv             machine-readable rows instead of tables\n";
+    "  --csv             machine-readable rows instead of tables\n"
+    "\n"
+    "After the tables, the time of each 32-bit entry over its 64-bit twin is listed\n"
+    "per family and length, for every length run in both precisions.\n";
 
 [[noreturn]] void Usage(int code) {
     std::fputs(kUsage, code == 0 ? stdout : stderr);
@@ -169,6 +198,7 @@ struct Result {
     std::string direction;
     int n;
     double nsOurs, nsRef, errOurs, errRef;
+    std::string refForm;  // which form of the reference was timed, if it varies
     double Ratio() const { return nsOurs / nsRef; }
     double ErrRatio() const {
         if (errRef > 0) return errOurs / errRef;
@@ -177,7 +207,7 @@ struct Result {
 };
 
 Result Measure(const Family& fam, Case& c, const Options& o) {
-    Result r{&fam, c.precision, c.direction, c.n, 0, 0, c.ErrOurs(), c.ErrRef()};
+    Result r{&fam, c.precision, c.direction, c.n, 0, 0, c.ErrOurs(), c.ErrRef(), c.RefForm()};
     const Runner runOurs = [&c](long calls) { c.RunOurs(calls); };
     const Runner runRef = [&c](long calls) { c.RunRef(calls); };
     const double target = o.batchMicros * 1000.0;
@@ -203,20 +233,31 @@ bool LargePrimeFactor(int n) {
     return largest >= 17;
 }
 
+bool SameTable(const Result& a, const Result& b) {
+    return a.fam == b.fam && a.precision == b.precision && a.direction == b.direction;
+}
+
+const char* DirectionWord(const std::string& dir) { return dir == "fwd" ? "forward" : "inverse"; }
+
 void PrintTable(const std::vector<Result>& rs, const Options& o) {
+    bool forms = false;  // whether this table has a column naming the reference's form
     for (size_t i = 0; i < rs.size(); ++i) {
         const Result& r = rs[i];
-        if (i == 0 || r.fam != rs[i - 1].fam || r.precision != rs[i - 1].precision ||
-            r.direction != rs[i - 1].direction) {
+        if (i == 0 || !SameTable(r, rs[i - 1])) {
+            forms = false;
+            for (size_t j = i; j < rs.size() && SameTable(rs[j], r); ++j)
+                forms |= !rs[j].refForm.empty();
             std::printf("\n%s, %d-bit, %s  (ns per call, median of %d batches of ~%g us)\n",
-                        r.fam->title, r.precision, r.direction == "fwd" ? "forward" : "inverse",
-                        o.batches, o.batchMicros);
+                        r.fam->title, r.precision, DirectionWord(r.direction), o.batches,
+                        o.batchMicros);
             std::string err_ref = std::string("err ") + r.fam->reference;
-            std::printf("%4s %10s %10s %8s %12s %12s\n", "N", "qvngen", r.fam->reference, "ratio",
-                        "err qvngen", err_ref.c_str());
+            std::printf("%4s %10s %10s %8s %12s %12s%s\n", "N", "qvngen", r.fam->reference, "ratio",
+                        "err qvngen", err_ref.c_str(), forms ? "  reference form" : "");
         }
-        std::printf("%4d %10.2f %10.2f %8.3f %12.2e %12.2e\n", r.n, r.nsOurs, r.nsRef, r.Ratio(),
+        std::printf("%4d %10.2f %10.2f %8.3f %12.2e %12.2e", r.n, r.nsOurs, r.nsRef, r.Ratio(),
                     r.errOurs, r.errRef);
+        if (forms) std::printf("  %s", r.refForm.c_str());
+        std::printf("\n");
     }
 }
 
@@ -264,11 +305,51 @@ void PrintSummary(const std::vector<Result>& all) {
     }
 }
 
+// Time of every 32-bit entry over its 64-bit twin, per family, direction and
+// length, for the lengths run in both precisions; the geometric mean of the
+// same ratio for the reference shows what the machine alone makes of the
+// change of precision.
+void PrintPrecisionRatios(const std::vector<Result>& all) {
+    struct Twins {
+        const Result* single = nullptr;
+        const Result* dbl = nullptr;
+    };
+    std::map<std::pair<const Family*, std::string>, std::map<int, Twins>> groups;
+    for (const Result& r : all) {
+        Twins& t = groups[{r.fam, r.direction}][r.n];
+        (r.precision == 32 ? t.single : t.dbl) = &r;
+    }
+    bool first = true;
+    for (const auto& [key, byLength] : groups) {
+        double logOurs = 0, logRef = 0;
+        std::string cells;
+        int count = 0;
+        for (const auto& [n, t] : byLength) {
+            if (!t.single || !t.dbl) continue;
+            const double ratio = t.single->nsOurs / t.dbl->nsOurs;
+            logOurs += std::log(ratio);
+            logRef += std::log(t.single->nsRef / t.dbl->nsRef);
+            char buf[32];
+            std::snprintf(buf, sizeof buf, "%s%4d %5.2f", count++ % 10 ? "  " : "\n   ", n, ratio);
+            cells += buf;
+        }
+        if (count == 0) continue;
+        if (first)
+            std::printf("\nns 32-bit / ns 64-bit of the same entry, per length\n");
+        first = false;
+        std::printf("%s, %s: geometric mean %.3f (%s %.3f)%s\n", key.first->title,
+                    DirectionWord(key.second), std::exp(logOurs / count), key.first->reference,
+                    std::exp(logRef / count), cells.c_str());
+    }
+}
+
 void PrintCsv(const std::vector<Result>& rs) {
-    std::printf("family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,err_reference\n");
+    std::printf("family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,"
+                "err_reference,reference_form\n");
     for (const Result& r : rs)
-        std::printf("%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e\n", r.fam->name, r.fam->reference, r.precision,
-                    r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs, r.errRef);
+        std::printf("%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s\n", r.fam->name, r.fam->reference,
+                    r.precision, r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs,
+                    r.errRef, r.refForm.c_str());
 }
 
 }  // namespace
@@ -313,6 +394,7 @@ int Run(const Options& opt) {
     } else {
         PrintTable(results, opt);
         PrintSummary(results);
+        PrintPrecisionRatios(results);
     }
     if (failed) std::fprintf(stderr, "qvngen-bench: some entries reported an error status\n");
     return failed ? 1 : 0;

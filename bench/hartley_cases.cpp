@@ -1,0 +1,206 @@
+// Hartley family: qvngHartley_<N>_{32f,64f}, N = 2..64, unscaled
+// (kScaleNone), against FFTW's one-dimensional real-to-real plan of kind
+// FFTW_DHT. Both compute H[k] = sum_n x[n] cas(2 pi k n / N) with
+// cas = cos + sin and no scale factor, so the outputs are compared as they
+// are. The transform has one direction; the cases are filed under "fwd".
+#include <fftw3.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+#include "bench.h"
+#include "qvncore.h"
+#include "qvngen.h"
+
+namespace qvnbench {
+namespace {
+
+// The double and single precision FFTW interfaces behind one name.
+template <class Real>
+struct Fftw;
+
+template <>
+struct Fftw<double> {
+    using Plan = fftw_plan;
+    static double* Alloc(int n) { return fftw_alloc_real(n); }
+    static void Free(double* p) { fftw_free(p); }
+    static Plan Make(int n, double* in, double* out) {
+        return fftw_plan_r2r_1d(n, in, out, FFTW_DHT, FFTW_PATIENT);
+    }
+    static void Execute(Plan p) { fftw_execute(p); }
+    static void Destroy(Plan p) { fftw_destroy_plan(p); }
+    static void ForgetWisdom() { fftw_forget_wisdom(); }
+};
+
+template <>
+struct Fftw<float> {
+    using Plan = fftwf_plan;
+    static float* Alloc(int n) { return fftwf_alloc_real(n); }
+    static void Free(float* p) { fftwf_free(p); }
+    static Plan Make(int n, float* in, float* out) {
+        return fftwf_plan_r2r_1d(n, in, out, FFTW_DHT, FFTW_PATIENT);
+    }
+    static void Execute(Plan p) { fftwf_execute(p); }
+    static void Destroy(Plan p) { fftwf_destroy_plan(p); }
+    static void ForgetWisdom() { fftwf_forget_wisdom(); }
+};
+
+template <class Real>
+using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
+
+template <class Real>
+struct NamedEntry {
+    int n;
+    Entry<Real> fn;
+    const char* name;
+};
+
+#define QVNB_ENTRY32(N) {N, qvngHartley_##N##_32f, "qvngHartley_" #N "_32f"},
+#define QVNB_ENTRY64(N) {N, qvngHartley_##N##_64f, "qvngHartley_" #N "_64f"},
+const NamedEntry<float> kEntries32[] = {QVNG_FOR_EACH_LENGTH(QVNB_ENTRY32)};
+const NamedEntry<double> kEntries64[] = {QVNG_FOR_EACH_LENGTH(QVNB_ENTRY64)};
+#undef QVNB_ENTRY32
+#undef QVNB_ENTRY64
+
+// O(N^2) discrete Hartley transform in long double, the cosine and sine sums
+// kept apart and added once at the end.
+template <class Real>
+void ExactHartley(const ExactTwiddles& w, const Real* x, int n, long double* y) {
+    for (int k = 0; k < n; ++k) {
+        long double c = 0, s = 0;
+        for (int j = 0; j < n; ++j) {
+            const int m = w.Index(k, j);
+            c += x[j] * w.Cos(m);
+            s += x[j] * w.Sin(m);
+        }
+        y[k] = c + s;
+    }
+}
+
+template <class Real>
+class HartleyCase final : public Case {
+    using F = Fftw<Real>;
+
+public:
+    HartleyCase(const NamedEntry<Real>& e, const Options& opt, std::uint64_t seed)
+        : Case("hartley", 8 * sizeof(Real), "fwd", e.n), entry_(e.fn), name_(e.name),
+          trials_(opt.errTrials > 0 ? opt.errTrials : 1) {
+        src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
+        dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
+        in_ = F::Alloc(n);
+        out_ = F::Alloc(n);
+        if (!src_ || !dst_ || !in_ || !out_) throw std::bad_alloc();
+
+        Random rng(seed);
+        input_.resize(static_cast<size_t>(trials_) * n);
+        for (Real& v : input_) v = static_cast<Real>(rng.Next());
+        want_.resize(input_.size());
+        const ExactTwiddles w(n);
+        for (int t = 0; t < trials_; ++t)
+            ExactHartley(w, &input_[static_cast<size_t>(n) * t], n, &want_[static_cast<size_t>(n) * t]);
+
+        // As for the other families: plan afresh a few times without the
+        // previous wisdom and keep the plan that runs fastest.
+        double best = 0;
+        for (int p = 0; p < opt.refPlans; ++p) {
+            F::ForgetWisdom();
+            typename F::Plan cand = F::Make(n, in_, out_);
+            if (!cand) throw std::runtime_error("FFTW could not plan a DHT transform");
+            Load(0);  // planning overwrote the arrays
+            const double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
+                for (long i = 0; i < calls; ++i) F::Execute(cand);
+            });
+            if (!plan_ || t < best) {
+                if (plan_) F::Destroy(plan_);
+                plan_ = cand;
+                best = t;
+            } else {
+                F::Destroy(cand);
+            }
+        }
+    }
+
+    ~HartleyCase() override {
+        if (plan_) F::Destroy(plan_);
+        if (in_) F::Free(in_);
+        if (out_) F::Free(out_);
+        qvnFree(src_);
+        qvnFree(dst_);
+    }
+
+    // Both work out of place and leave their source alone, so every call of
+    // a batch transforms the first trial's input.
+    void RunOurs(long calls) override {
+        for (long i = 0; i < calls; ++i) entry_(src_, dst_, kScaleNone);
+        Consume(dst_[n - 1]);
+    }
+
+    void RunRef(long calls) override {
+        for (long i = 0; i < calls; ++i) F::Execute(plan_);
+        Consume(out_[n - 1]);
+    }
+
+    double ErrOurs() override {
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); },
+            [&] {
+                const Status st = entry_(src_, dst_, kScaleNone);
+                if (st != kStatusOk)
+                    std::fprintf(stderr, "%s returned status %d\n", name_, static_cast<int>(st));
+                return st == kStatusOk;
+            },
+            [&](int t, ErrorAccumulator& acc) { Compare(dst_, t, acc); });
+    }
+
+    double ErrRef() override {
+        return ErrorOverTrials(
+            trials_, [&](int t) { Load(t); }, [&] { F::Execute(plan_); return true; },
+            [&](int t, ErrorAccumulator& acc) { Compare(out_, t, acc); });
+    }
+
+private:
+    void Load(int t) {
+        const Real* x = &input_[static_cast<size_t>(n) * t];
+        std::memcpy(src_, x, n * sizeof(Real));
+        std::memcpy(in_, x, n * sizeof(Real));
+    }
+
+    void Compare(const Real* got, int t, ErrorAccumulator& acc) const {
+        const long double* want = &want_[static_cast<size_t>(n) * t];
+        for (int i = 0; i < n; ++i) acc.Add(got[i], want[i]);
+    }
+
+    Entry<Real> entry_;
+    const char* name_;
+    int trials_;
+    Real* src_ = nullptr;
+    Real* dst_ = nullptr;
+    Real* in_ = nullptr;
+    Real* out_ = nullptr;
+    typename F::Plan plan_ = nullptr;
+    std::vector<Real> input_;
+    std::vector<long double> want_;
+};
+
+template <class Real, size_t K>
+void AddCases(const NamedEntry<Real> (&table)[K], const Options& opt, CaseList& out) {
+    for (const NamedEntry<Real>& e : table) {
+        if (!opt.Wants(e.n, 8 * sizeof(Real), "fwd")) continue;
+        // The seed depends only on the length, so both precisions see the
+        // same input values.
+        out.push_back(std::make_unique<HartleyCase<Real>>(e, opt, 0x4a27e1u + static_cast<std::uint64_t>(e.n)));
+    }
+}
+
+}  // namespace
+
+void MakeHartleyCases(const Options& opt, CaseList& out) {
+    AddCases(kEntries32, opt, out);
+    AddCases(kEntries64, opt, out);
+}
+
+}  // namespace qvnbench
