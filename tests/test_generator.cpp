@@ -10,6 +10,8 @@
 #include "algorithms.h"
 #include "dag.h"
 #include "program.h"
+#include "real_dag.h"
+#include "real_transforms.h"
 #include "recipe.h"
 #include "reference.h"
 #include "twiddle.h"
@@ -92,6 +94,7 @@ std::vector<Cx> Evaluate(const gen::Dag& dag, const gen::Signal& outputs, const 
             case gen::Op::kMulReal: v[id] = v[n.a] * n.c; break;
             case gen::Op::kMulCplx: v[id] = v[n.a] * Cx(n.c, n.d); break;
             case gen::Op::kMulI: v[id] = v[n.a] * Cx(0, 1); break;
+            default: ADD_FAILURE() << "real-kernel operation in a complex DAG";
         }
     }
     std::vector<Cx> y;
@@ -132,6 +135,78 @@ TEST(Algorithms, EveryTableSchemeIsTheDft) {
                     if (n.op == gen::Op::kMulCplx) ASSERT_TRUE(n.c > 1e-12L && std::fabs(n.d) > 1e-12L) << text;
                 }
             }
+}
+
+// Value of every real DAG output, the loads taking in[slot].
+std::vector<Real> EvaluateReal(const gen::RealDag& dag, const std::vector<gen::RealValue>& outputs,
+                               const std::vector<Real>& in) {
+    std::vector<Real> v(dag.size());
+    auto at = [&](int id) { return v[id]; };
+    for (int id = 0; id < dag.size(); ++id) {
+        const gen::RealNode& n = dag.at(id);
+        switch (n.op) {
+            case gen::RealOp::kLoad: v[id] = in.at(n.index); break;
+            case gen::RealOp::kAdd: v[id] = at(n.a) + at(n.b); break;
+            case gen::RealOp::kSub: v[id] = at(n.a) - at(n.b); break;
+            case gen::RealOp::kMul: v[id] = at(n.a) * n.c; break;
+        }
+    }
+    std::vector<Real> y;
+    for (const gen::RealValue& o : outputs) y.push_back(o.IsZero() ? 0 : o.negated ? -v[o.node] : v[o.node]);
+    return y;
+}
+
+Real RelativeError(const std::vector<Real>& got, const std::vector<Real>& want) {
+    Real err = 0, norm = 0;
+    for (size_t i = 0; i < want.size(); ++i) {
+        err += (got[i] - want[i]) * (got[i] - want[i]);
+        norm += want[i] * want[i];
+    }
+    return std::sqrt(err / norm);
+}
+
+// The real-input schemes of every length, lowered to real DAGs, compute the
+// forward real DFT, its inverse from a half spectrum and the Hartley
+// transform. This holds the symmetry shortcuts of the builders (conjugate
+// rows, halved Rader products, the split convolution) to the definitions,
+// before any emitter is involved; the constants in the DAG are the doubles
+// the kernels hold, so the bound is at double precision.
+TEST(RealTransforms, EveryRealSchemeMatchesTheDefinition) {
+    std::mt19937 rng(11);
+    std::uniform_real_distribution<double> u(-1, 1);
+    for (const auto& row : gen::kRealDftTable) {
+        const int n = row.n;
+        std::vector<qvntest::RefComplex> x(n);
+        std::vector<Real> samples(n);
+        for (int i = 0; i < n; ++i) x[i] = samples[i] = u(rng);
+        const auto spectrum = qvntest::ReferenceDft(x, -1);
+
+        gen::ForwardRealDag fwd = gen::BuildForwardReal(gen::ParseRecipe(row.forward));
+        std::vector<gen::RealValue> parts;
+        std::vector<Real> want;
+        for (int k = 0; 2 * k <= n; ++k) {
+            parts.insert(parts.end(), {fwd.bins[k].re, fwd.bins[k].im});
+            want.insert(want.end(), {spectrum[k].real(), spectrum[k].imag()});
+        }
+        EXPECT_LT(RelativeError(EvaluateReal(fwd.dag, parts, samples), want), 1e-15L) << "forward " << n;
+
+        // Slot 2k holds Re k, 2k + 1 Im k; the inverse must come back to x
+        // (times N) whatever Im 0 and Im N/2 hold, so they carry junk here.
+        gen::RealOutputsDag inv = gen::BuildInverseReal(gen::ParseRecipe(row.inverse));
+        std::vector<Real> slots(n + 2);
+        for (int k = 0; 2 * k <= n; ++k) {
+            slots[gen::ReSlot(k)] = spectrum[k].real();
+            slots[gen::ImSlot(k)] = k == 0 || 2 * k == n ? 1e6 : spectrum[k].imag();
+        }
+        std::vector<Real> scaled(samples);
+        for (Real& s : scaled) s *= n;
+        EXPECT_LT(RelativeError(EvaluateReal(inv.dag, inv.outputs, slots), scaled), 1e-15L) << "inverse " << n;
+
+        gen::RealOutputsDag dht = gen::BuildHartley(gen::ParseRecipe(row.hartley));
+        std::vector<Real> hartley(n);
+        for (int k = 0; k < n; ++k) hartley[k] = spectrum[k].real() - spectrum[k].imag();
+        EXPECT_LT(RelativeError(EvaluateReal(dht.dag, dht.outputs, samples), hartley), 1e-15L) << "Hartley " << n;
+    }
 }
 
 TEST(Program, RefusesToStoreBeforeTheLastLoad) {
