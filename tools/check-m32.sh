@@ -21,7 +21,7 @@ for name in $exports; do
     qvngDCT4InitAlloc_*) pop=0x8 ;;      # spec, length
     qvngDCT4Free_*) pop=0x4 ;;           # spec
     qvngDCT4_32f | qvngDCT4_64f) pop=0xc ;;  # src, dst, spec
-    qvngDFT*_CToC_32fc | qvngDFT*_CToC_64fc)
+    qvngDFT* | qvngHartley_*)
       if [[ $name =~ _[0-9]+_ ]]; then pop=0xc; else pop=0x10; fi ;;  # generic: + length
     *) pop=0xc ;;                        # src, dst, flag
   esac
