@@ -97,4 +97,24 @@ private:
 // Complex vector of DAG values: the inputs or outputs of a transform.
 using Signal = std::vector<Value>;
 
+// Nodes the outputs depend on, in topological order (ids ascending), for the
+// complex DAG and the real one alike: nodes name their operands a and b
+// (-1: none), values their node and whether they are the constant zero.
+template <class AnyDag, class Values>
+std::vector<int> LiveNodes(const AnyDag& dag, const Values& outputs) {
+    std::vector<char> live(dag.size(), 0);
+    for (const auto& v : outputs)
+        if (!v.IsZero()) live[v.node] = 1;
+    for (int id = dag.size() - 1; id >= 0; --id) {
+        if (!live[id]) continue;
+        const auto& n = dag.at(id);
+        if (n.a >= 0) live[n.a] = 1;
+        if (n.b >= 0) live[n.b] = 1;
+    }
+    std::vector<int> order;
+    for (int id = 0; id < dag.size(); ++id)
+        if (live[id]) order.push_back(id);
+    return order;
+}
+
 }  // namespace gen

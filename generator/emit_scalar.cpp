@@ -7,19 +7,7 @@
 namespace gen {
 
 std::vector<int> ReachableNodes(const Dag& dag, const Signal& outputs) {
-    std::vector<char> live(dag.size(), 0);
-    for (const Value& v : outputs)
-        if (!v.IsZero()) live[v.node] = 1;
-    for (int id = dag.size() - 1; id >= 0; --id) {
-        if (!live[id]) continue;
-        const Node& n = dag.at(id);
-        if (n.a >= 0) live[n.a] = 1;
-        if (n.b >= 0) live[n.b] = 1;
-    }
-    std::vector<int> order;
-    for (int id = 0; id < dag.size(); ++id)
-        if (live[id]) order.push_back(id);
-    return order;
+    return LiveNodes(dag, outputs);
 }
 
 std::string StageComments(const Dag& dag, int node) {

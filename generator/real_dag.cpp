@@ -139,19 +139,7 @@ std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real
 }
 
 std::vector<int> ReachableNodes(const RealDag& dag, const std::vector<RealValue>& outputs) {
-    std::vector<char> live(dag.size(), 0);
-    for (const RealValue& v : outputs)
-        if (!v.IsZero()) live[v.node] = 1;
-    for (int id = dag.size() - 1; id >= 0; --id) {
-        if (!live[id]) continue;
-        const RealNode& n = dag.at(id);
-        if (n.a >= 0) live[n.a] = 1;
-        if (n.b >= 0) live[n.b] = 1;
-    }
-    std::vector<int> order;
-    for (int id = 0; id < dag.size(); ++id)
-        if (live[id]) order.push_back(id);
-    return order;
+    return LiveNodes(dag, outputs);
 }
 
 int CountProducts(const RealDag& dag, const std::vector<RealValue>& outputs) {
