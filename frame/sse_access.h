@@ -42,4 +42,12 @@ inline __m128 SignMaskPs(bool l0, bool l1, bool l2, bool l3) {
                                           l1 ? (int)0x80000000u : 0, l0 ? (int)0x80000000u : 0));
 }
 
+// (a[I], b[J]) in the low two lanes, from two different vectors: the pair
+// shuffle of the packed real kernels when no single shuffle does it.
+template <int I, int J>
+inline __m128 TakeLanes(__m128 a, __m128 b) {
+    const __m128 t = _mm_shuffle_ps(a, b, _MM_SHUFFLE(0, J, 0, I));
+    return _mm_shuffle_ps(t, t, _MM_SHUFFLE(3, 3, 2, 0));
+}
+
 }  // namespace qvn

@@ -31,18 +31,39 @@ struct RealKernelInput {
     std::function<std::string(int slot)> source;  // index expression into x
     std::vector<RealStore> stores;
     bool single;
+    // Whether the second input slot (or store) sits right after the first
+    // in memory, in every layout: the packed emitter moves such pairs with
+    // one access.
+    std::function<bool(int slot, int next_slot)> sources_adjacent = [](int, int) { return false; };
+    std::function<bool(int store, int next_store)> stores_adjacent = [](int, int) { return false; };
 };
 
 struct RealCensus {
-    int adds = 0, muls = 0, converts = 0, loads = 0, stores = 0;
+    int adds = 0, muls = 0, shuffles = 0, converts = 0, loads = 0, stores = 0;
+    int Instructions() const { return adds + muls + shuffles + converts + loads + stores; }
     std::string Text() const;
 };
 
 struct RealKernelText {
-    std::string body;  // statements, indented by four spaces
+    std::string constants;  // namespace-scope definitions (may be empty)
+    std::string body;       // statements, indented by four spaces
     RealCensus census;
+    bool packed = false;    // SSE2 vectors rather than scalars
 };
 
 RealKernelText EmitReal(const RealKernelInput& in);
+
+// How the packed emitter chooses which operations share a vector: twin
+// sub-transforms first (or not), then operations of one level that take at
+// most `limit` shuffles and sign flips to line their operands up.
+struct RealPairing {
+    bool twins;
+    int limit;
+};
+
+// The same arithmetic with two operations per SSE2 instruction where they
+// pair (emit_real_sse.cpp): bit-identical to EmitReal's body. Constant
+// vectors go to a table named `table`.
+RealKernelText EmitRealSse(const RealKernelInput& in, const std::string& table, const RealPairing& pairing);
 
 }  // namespace gen

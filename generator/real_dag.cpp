@@ -133,6 +133,16 @@ std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real
         }
         parts[id] = out;
     }
+    for (const Dag::Twins& t : dag.twins()) {
+        RealDag::TwinNodes pairs;
+        for (int k = 0; k < t.count; ++k) {
+            auto a = parts.find(t.first_begin + k), b = parts.find(t.second_begin + k);
+            if (a == parts.end() || b == parts.end()) continue;
+            for (auto [x, y] : {std::make_pair(a->second.re, b->second.re), std::make_pair(a->second.im, b->second.im)})
+                if (!x.IsZero() && !y.IsZero() && x.node != y.node) pairs.push_back({x.node, y.node});
+        }
+        if (!pairs.empty()) real.AddTwins(std::move(pairs));
+    }
     std::vector<RealPair> result;
     for (const Value& v : outputs) result.push_back(signed_part(v));
     return result;

@@ -55,10 +55,18 @@ public:
     void Label(int first_node, const std::string& text) { labels_.emplace(first_node, text); }
     const std::multimap<int, std::string>& labels() const { return labels_; }
 
+    // Twin sub-transforms carried over from the complex DAG (see
+    // Dag::Twins): per pair of siblings, the real and imaginary parts of
+    // their matching values, node of the first next to node of the second.
+    using TwinNodes = std::vector<std::pair<int, int>>;
+    void AddTwins(TwinNodes pairs) { twins_.push_back(std::move(pairs)); }
+    const std::vector<TwinNodes>& twins() const { return twins_; }
+
 private:
     int Intern(const RealNode& n);
     std::vector<RealNode> nodes_;
     std::multimap<int, std::string> labels_;
+    std::vector<TwinNodes> twins_;
     std::map<std::tuple<int, int, int, int, Real>, int> index_;
 };
 

@@ -1,0 +1,496 @@
+// SSE2 emitter of the real DFT and Hartley kernels. It runs the scalar
+// emitter's DAG and arithmetic (emit_real.h), but issues two independent
+// operations of one kind as one packed instruction: an IEEE add, subtract,
+// multiply or conversion gives the same bits in either lane of a vector as
+// it does alone, so the results are those of the scalar body, bit for bit.
+//
+// Which two values share a vector is planned before any code is written:
+// operations of one kind on one DAG level (independent of each other) are
+// paired cheapest first, the cost being the shuffles it takes to bring their
+// operands into matching lanes. Inputs at neighbouring addresses come in with
+// one load, and outputs at neighbouring addresses leave with one store, so
+// twin sub-transforms over neighbouring samples pair up without any shuffle.
+// What finds no partner runs in one lane of a vector.
+//
+// Forms of a value. Double precision has one: a lane of a __m128d. Single
+// precision adds in float and multiplies by constants in double, so a value
+// lives in a "narrow" form (a lane among the low two of a __m128) or a
+// "wide" one (a lane of a __m128d); products are born wide, everything else
+// narrow, and cvtps2pd / cvtpd2ps move a whole pair between forms, each
+// conversion exact or the one rounding the scalar body also makes.
+//
+// Signs. A sum and a difference share a vector by flipping the sign of the
+// subtrahend's lane (a - b is a + (-b) in IEEE arithmetic). An output stored
+// as 0 - s*v is formed as (-s)*v + 0, and a plain s*v that shares its vector
+// gets + (-0): both identities hold for every value, zeros included.
+#include <algorithm>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <tuple>
+
+#include "emit_real.h"
+
+namespace gen {
+namespace {
+
+enum Form { kNarrow = 0, kWide = 1 };
+
+class RealSseEmitter {
+public:
+    RealSseEmitter(const RealKernelInput& in, const std::string& table, const RealPairing& pairing)
+        : in_(in), dag_(in.dag), consts_(table, ElemType::kDouble, 2), pairing_(pairing) {}
+
+    RealKernelText Run() {
+        std::vector<RealValue> outputs;
+        for (const RealStore& s : in_.stores) outputs.push_back(s.value);
+        for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
+        if (pairing_.twins) PlanTwins();
+        PlanByLevel();
+        for (const auto& [lo, hi] : OrderUnits()) {
+            if (hi >= 0) {
+                EmitPair(lo, hi);
+            } else {
+                EmitSingle(lo);
+            }
+        }
+        EmitStores();
+
+        RealKernelText text;
+        for (const auto& [name, def] : prelude_) text.body += "    const " + def.first + " " + name + " = " + def.second + ";\n";
+        text.body += prog_.Emit("    ");
+        text.constants = consts_.Definition();
+        text.census = census_;
+        text.packed = true;
+        return text;
+    }
+
+private:
+    struct Vec {
+        int instr;
+        int lane[2];
+        Form form;
+    };
+
+    // ---- Values and where they live.
+
+    bool Single() const { return in_.single; }
+    const char* Type(Form f) const { return f == kWide ? "__m128d" : "__m128"; }
+    bool IsProduct(int node) const { return dag_.at(node).op == RealOp::kMul; }
+    bool IsLoad(int node) const { return dag_.at(node).op == RealOp::kLoad; }
+    Form NaturalForm(int node) const { return Single() && !IsProduct(node) ? kNarrow : kWide; }
+    // Double precision has a single form; single precision sums in float.
+    Form SumForm() const { return Single() ? kNarrow : kWide; }
+    std::string Name(int vec) const { return "v" + std::to_string(vec); }
+    std::string Src(int node) const { return "x + (" + in_.source(dag_.at(node).index) + ")"; }
+
+    int NewVec(Form form, const std::string& expr, const std::vector<int>& operand_vecs, int lo, int hi,
+               Program::Kind kind = Program::Kind::kCompute, double position = Program::kFollowUsers) {
+        int vec = static_cast<int>(vecs_.size());
+        std::vector<int> deps;
+        for (int o : operand_vecs) deps.push_back(vecs_[o].instr);
+        std::string comments;
+        if (position != Program::kFollowUsers)
+            for (int node : {lo, hi})
+                if (node >= 0) {
+                    auto label = dag_.labels().equal_range(node);
+                    for (auto it = label.first; it != label.second; ++it) comments += "// " + it->second + "\n";
+                }
+        int instr = prog_.Add(kind, comments + "const " + Type(form) + " " + Name(vec) + " = " + expr + ";", deps, position);
+        if (kind == Program::Kind::kLoad) load_instrs_.push_back(instr);
+        vecs_.push_back(Vec{instr, {lo, hi}, form});
+        if (lo >= 0) where_[form][lo].push_back({vec, 0});
+        if (hi >= 0) where_[form][hi].push_back({vec, 1});
+        if (lo >= 0 && hi >= 0) exact_[form].emplace(std::make_pair(lo, hi), vec);
+        return vec;
+    }
+
+    // The same lanes in the other form: widening is exact, narrowing is the
+    // rounding the scalar body makes where a float sum takes a product.
+    int Convert(int vec, Form to) {
+        ++census_.converts;
+        const std::string expr = to == kWide ? "_mm_cvtps_pd(" + Name(vec) + ")" : "_mm_cvtpd_ps(" + Name(vec) + ")";
+        return NewVec(to, expr, {vec}, vecs_[vec].lane[0], vecs_[vec].lane[1]);
+    }
+
+    int LoadOne(int node) {
+        ++census_.loads;
+        const std::string expr = Single() ? "_mm_load_ss(" + Src(node) + ")" : "_mm_load_sd(" + Src(node) + ")";
+        return NewVec(NaturalForm(node), expr, {}, node, -1, Program::Kind::kLoad);
+    }
+
+    // Some vector of form `f` holding `node`, and the lane.
+    std::pair<int, int> Locate(int node, Form f) {
+        auto it = where_[f].find(node);
+        if (it != where_[f].end() && !it->second.empty()) return it->second.front();
+        if (IsLoad(node) && NaturalForm(node) == f) return {LoadOne(node), 0};
+        if (!Single() || NaturalForm(node) == f) throw std::runtime_error("value used before it exists");
+        auto [vec, lane] = Locate(node, NaturalForm(node));
+        return {Convert(vec, f), lane};
+    }
+
+    bool LoadsAdjacent(int lo, int hi) const {
+        return IsLoad(lo) && IsLoad(hi) && in_.sources_adjacent(dag_.at(lo).index, dag_.at(hi).index);
+    }
+
+    // A vector of form `f` with `lo` in lane 0 and `hi` in lane 1.
+    int Gather(int lo, int hi, Form f) {
+        auto it = exact_[f].find({lo, hi});
+        if (it != exact_[f].end()) return it->second;
+        if (Single()) {
+            auto other = exact_[1 - f].find({lo, hi});
+            if (other != exact_[1 - f].end()) return Convert(other->second, f);
+            if (NaturalForm(lo) != f && NaturalForm(hi) != f) return Convert(Gather(lo, hi, Form(1 - f)), f);
+        }
+        if (LoadsAdjacent(lo, hi)) {
+            ++census_.loads;
+            const std::string expr = Single() ? "_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(" + Src(lo) + ")))"
+                                              : "_mm_loadu_pd(" + Src(lo) + ")";
+            return NewVec(f, expr, {}, lo, hi, Program::Kind::kLoad);
+        }
+        auto [v1, l1] = Locate(lo, f);
+        auto [v2, l2] = Locate(hi, f);
+        const std::string a = Name(v1), b = Name(v2);
+        std::string expr;
+        if (f == kWide) {
+            ++census_.shuffles;
+            expr = "_mm_shuffle_pd(" + a + ", " + b + ", " + std::to_string(l1 | (l2 << 1)) + ")";
+        } else if (v1 == v2) {
+            ++census_.shuffles;
+            expr = "_mm_shuffle_ps(" + a + ", " + a + ", _MM_SHUFFLE(3, 2, " + std::to_string(l2) + ", " +
+                   std::to_string(l1) + "))";
+        } else if (l1 == 0 && l2 == 0) {
+            ++census_.shuffles;
+            expr = "_mm_unpacklo_ps(" + a + ", " + b + ")";
+        } else if (l1 == 0 && l2 == 1) {
+            ++census_.shuffles;
+            expr = "_mm_move_ss(" + b + ", " + a + ")";
+        } else {
+            census_.shuffles += 2;
+            expr = "qvn::TakeLanes<" + std::to_string(l1) + ", " + std::to_string(l2) + ">(" + a + ", " + b + ")";
+        }
+        return NewVec(f, expr, {v1, v2}, lo, hi);
+    }
+
+    // A vector of form `f` with `node` in lane `half` (the other lane holds
+    // whatever is at hand).
+    int GatherHalf(int node, int half, Form f) {
+        for (auto [vec, lane] : where_[f][node])
+            if (lane == half) return vec;
+        auto [vec, lane] = Locate(node, f);
+        if (lane == half) return vec;
+        ++census_.shuffles;
+        const std::string a = Name(vec);
+        const std::string expr = f == kWide ? "_mm_shuffle_pd(" + a + ", " + a + ", 1)"
+                                            : "_mm_shuffle_ps(" + a + ", " + a + ", _MM_SHUFFLE(3, 2, 0, 1))";
+        return NewVec(f, expr, {vec}, vecs_[vec].lane[1], vecs_[vec].lane[0]);
+    }
+
+    int HalfCost(int node, int half, Form f) {
+        for (auto [vec, lane] : where_[f][node])
+            if (lane == half) return 0;
+        return 1;
+    }
+    int PairCost(int lo, int hi, Form f) const {
+        return exact_[f].count({lo, hi}) || LoadsAdjacent(lo, hi) ? 0 : 1;
+    }
+
+    // ---- Planning: which nodes share a vector, before any code is written.
+
+    struct Arrangement {
+        int a_lo, b_lo, a_hi, b_hi, cost;
+    };
+    // Operands of a paired add/sub in the order the operations take them
+    // (an add may swap its own), cheapest first.
+    template <class Cost>
+    Arrangement BestAddSub(int lo, int hi, Cost pair_cost) const {
+        const RealNode& nl = dag_.at(lo);
+        const RealNode& nh = dag_.at(hi);
+        Arrangement best{-1, -1, -1, -1, 1 << 20};
+        for (int sl = 0; sl < (nl.op == RealOp::kAdd ? 2 : 1); ++sl)
+            for (int sh = 0; sh < (nh.op == RealOp::kAdd ? 2 : 1); ++sh) {
+                Arrangement a{sl ? nl.b : nl.a, sl ? nl.a : nl.b, sh ? nh.b : nh.a, sh ? nh.a : nh.b, 0};
+                a.cost = pair_cost(a.a_lo, a.a_hi) + pair_cost(a.b_lo, a.b_hi) + (nl.op != nh.op ? 1 : 0);
+                if (a.cost < best.cost) best = a;
+            }
+        return best;
+    }
+
+    void PlanUnit(int lo, int hi) {
+        int unit = static_cast<int>(units_.size());
+        units_.push_back({lo, hi});
+        plan_[lo] = {unit, 0};
+        if (hi >= 0) plan_[hi] = {unit, 1};
+    }
+    bool Planned(int node) const { return plan_.count(node) != 0; }
+
+    int PlannedPairCost(int lo, int hi) const {
+        if (IsLoad(lo) && IsLoad(hi)) return LoadsAdjacent(lo, hi) ? 0 : 1;
+        auto a = plan_.find(lo), b = plan_.find(hi);
+        if (a == plan_.end() || b == plan_.end()) return 1;
+        return a->second.first == b->second.first && a->second.second == 0 && b->second.second == 1 ? 0 : 1;
+    }
+
+    // Twin sub-transforms side by side, the largest first: everything inside
+    // them pairs without a shuffle once their inputs are paired.
+    void PlanTwins() {
+        std::set<int> live(reachable_.begin(), reachable_.end());
+        std::vector<const RealDag::TwinNodes*> groups;
+        for (const auto& g : dag_.twins()) groups.push_back(&g);
+        std::stable_sort(groups.begin(), groups.end(), [](auto* a, auto* b) { return a->size() > b->size(); });
+        for (const auto* g : groups)
+            for (auto [a, b] : *g) {
+                if (!live.count(a) || !live.count(b) || Planned(a) || Planned(b) || IsLoad(a) || IsLoad(b)) continue;
+                if (IsProduct(a) != IsProduct(b)) continue;
+                PlanUnit(a, b);
+            }
+    }
+
+    // Levels go in quarter steps: a sum is one level above its operands, a
+    // product a quarter level, so rotations do not shift the stage after
+    // them; operations of one kind on one level never depend on each other.
+    // Within a level and kind, pairs are taken cheapest first, up to the
+    // pairing limit (in shuffles and sign flips).
+    void PlanByLevel() {
+        std::map<int, int> level;
+        std::map<int, std::map<bool, std::vector<int>>> groups;  // level -> is product -> nodes
+        for (int id : reachable_) {
+            const RealNode& n = dag_.at(id);
+            if (n.op == RealOp::kLoad) {
+                level[id] = 0;
+                continue;
+            }
+            int operands = std::max(level[n.a], n.b >= 0 ? level[n.b] : 0);
+            level[id] = n.op == RealOp::kMul ? operands + 1 : (operands / 4 + 1) * 4;
+            if (!Planned(id)) groups[level[id]][n.op == RealOp::kMul].push_back(id);
+        }
+        auto cost = [&](int lo, int hi) {
+            const RealNode& nl = dag_.at(lo);
+            const RealNode& nh = dag_.at(hi);
+            if (nl.op == RealOp::kMul) return PlannedPairCost(nl.a, nh.a);
+            return BestAddSub(lo, hi, [&](int a, int b) { return PlannedPairCost(a, b); }).cost;
+        };
+        for (auto& [lvl, kinds] : groups)
+            for (auto& [product, members] : kinds) {
+                std::vector<std::tuple<int, int, int>> candidates;  // cost, lo, hi
+                for (size_t i = 0; i < members.size(); ++i)
+                    for (size_t j = i + 1; j < members.size(); ++j) {
+                        candidates.emplace_back(cost(members[i], members[j]), members[i], members[j]);
+                        candidates.emplace_back(cost(members[j], members[i]), members[j], members[i]);
+                    }
+                std::sort(candidates.begin(), candidates.end());
+                for (auto [c, lo, hi] : candidates) {
+                    if (c > pairing_.limit) break;
+                    if (Planned(lo) || Planned(hi)) continue;
+                    PlanUnit(lo, hi);
+                }
+                for (int id : members)
+                    if (!Planned(id)) PlanUnit(id, -1);
+            }
+    }
+
+    // Units in dependency order (smallest node first among the ready ones).
+    // A pair that waits on itself through the other lane is split.
+    std::vector<std::pair<int, int>> OrderUnits() {
+        std::vector<std::pair<int, int>> order;
+        std::set<int> done;
+        for (int id : reachable_)
+            if (IsLoad(id)) done.insert(id);
+        std::vector<std::pair<int, int>> pending = units_;
+        auto ready = [&](int node) {
+            const RealNode& n = dag_.at(node);
+            return (n.a < 0 || done.count(n.a)) && (n.b < 0 || done.count(n.b));
+        };
+        auto key = [](const std::pair<int, int>& u) { return u.second >= 0 ? std::min(u.first, u.second) : u.first; };
+        while (!pending.empty()) {
+            int best = -1;
+            for (size_t i = 0; i < pending.size(); ++i) {
+                auto [lo, hi] = pending[i];
+                if (!ready(lo) || (hi >= 0 && !ready(hi))) continue;
+                if (best < 0 || key(pending[i]) < key(pending[best])) best = static_cast<int>(i);
+            }
+            if (best < 0) {
+                for (auto& unit : pending)
+                    if (unit.second >= 0) {
+                        int hi = unit.second;
+                        unit.second = -1;
+                        pending.push_back({hi, -1});
+                        break;
+                    }
+                continue;
+            }
+            order.push_back(pending[best]);
+            done.insert(pending[best].first);
+            if (pending[best].second >= 0) done.insert(pending[best].second);
+            pending.erase(pending.begin() + best);
+        }
+        return order;
+    }
+
+    // ---- Emission.
+
+    std::string Constant(Real lo, Real hi) { return consts_.Ref({lo, hi}); }
+
+    std::string Mask(Form f, bool lo, bool hi) {
+        std::string name = std::string("neg_") + (f == kWide ? "pd_" : "ps_") + (lo ? "n" : "p") + (hi ? "n" : "p");
+        prelude_[name] = f == kWide ? std::make_pair(std::string("__m128d"), "qvn::SignMaskPd(" + Bool(lo) + ", " + Bool(hi) + ")")
+                                    : std::make_pair(std::string("__m128"),
+                                                     "qvn::SignMaskPs(" + Bool(lo) + ", " + Bool(hi) + ", false, false)");
+        return name;
+    }
+    static std::string Bool(bool b) { return b ? "true" : "false"; }
+
+    double Position(int lo, int hi) const { return hi >= 0 ? std::min(lo, hi) : lo; }
+
+    void EmitPair(int lo, int hi) {
+        const RealNode& nl = dag_.at(lo);
+        const RealNode& nh = dag_.at(hi);
+        if (nl.op == RealOp::kMul) {
+            int vx = Gather(nl.a, nh.a, kWide);
+            ++census_.muls;
+            NewVec(kWide, "_mm_mul_pd(" + Name(vx) + ", " + Constant(nl.c, nh.c) + ")", {vx}, lo, hi,
+                   Program::Kind::kCompute, Position(lo, hi));
+            return;
+        }
+        const Form f = SumForm();
+        Arrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q, f); });
+        int va = Gather(a.a_lo, a.a_hi, f), vb = Gather(a.b_lo, a.b_hi, f);
+        const std::string sfx = f == kWide ? "_pd(" : "_ps(";
+        std::string expr;
+        ++census_.adds;
+        if (nl.op == nh.op) {
+            expr = std::string(nl.op == RealOp::kAdd ? "_mm_add" : "_mm_sub") + sfx + Name(va) + ", " + Name(vb) + ")";
+        } else {
+            ++census_.shuffles;  // the sign flip (a bitwise operation)
+            const std::string mask = Mask(f, nl.op == RealOp::kSub, nh.op == RealOp::kSub);
+            expr = "_mm_add" + sfx + Name(va) + ", _mm_xor" + sfx + Name(vb) + ", " + mask + "))";
+        }
+        NewVec(f, expr, {va, vb}, lo, hi, Program::Kind::kCompute, Position(lo, hi));
+    }
+
+    void EmitSingle(int id) {
+        const RealNode& n = dag_.at(id);
+        if (n.op == RealOp::kMul) {
+            int half = HalfCost(n.a, 1, kWide) < HalfCost(n.a, 0, kWide) ? 1 : 0;
+            int vx = GatherHalf(n.a, half, kWide);
+            ++census_.muls;
+            NewVec(kWide, "_mm_mul_pd(" + Name(vx) + ", " + Constant(n.c, n.c) + ")", {vx}, half == 0 ? id : -1,
+                   half == 0 ? -1 : id, Program::Kind::kCompute, id);
+            return;
+        }
+        const Form f = SumForm();
+        int half = HalfCost(n.a, 1, f) + HalfCost(n.b, 1, f) < HalfCost(n.a, 0, f) + HalfCost(n.b, 0, f) ? 1 : 0;
+        int va = GatherHalf(n.a, half, f), vb = GatherHalf(n.b, half, f);
+        ++census_.adds;
+        const std::string sfx = f == kWide ? "_pd(" : "_ps(";
+        NewVec(f, std::string(n.op == RealOp::kAdd ? "_mm_add" : "_mm_sub") + sfx + Name(va) + ", " + Name(vb) + ")",
+               {va, vb}, half == 0 ? id : -1, half == 0 ? -1 : id, Program::Kind::kCompute, id);
+    }
+
+    // s * v per lane, or 0 - s * v for a negated lane, in form f.
+    std::string Scaled(int vec, Form f, bool neg_lo, bool neg_hi) {
+        const bool wide = f == kWide;
+        const std::string sfx = wide ? "_pd(" : "_ps(";
+        const std::string type = wide ? "__m128d" : "__m128";
+        const std::string base = wide ? "wscale" : "nscale";
+        prelude_[base] = {type, wide ? (Single() ? "_mm_set1_pd(double(scale))" : "_mm_set1_pd(scale)") : "_mm_set1_ps(scale)"};
+        if (!neg_lo && !neg_hi) {
+            ++census_.muls;
+            return "_mm_mul" + sfx + Name(vec) + ", " + base + ")";
+        }
+        const std::string signs = std::string(neg_lo ? "n" : "p") + (neg_hi ? "n" : "p");
+        prelude_[base + "_" + signs] = {type, "_mm_xor" + sfx + base + ", " + Mask(f, neg_lo, neg_hi) + ")"};
+        prelude_["zero_" + std::string(wide ? "pd_" : "ps_") + signs] = {
+            type, wide ? "qvn::SignMaskPd(" + Bool(!neg_lo) + ", " + Bool(!neg_hi) + ")"
+                       : "qvn::SignMaskPs(" + Bool(!neg_lo) + ", " + Bool(!neg_hi) + ", false, false)"};
+        ++census_.muls;
+        ++census_.adds;
+        return "_mm_add" + sfx + "_mm_mul" + sfx + Name(vec) + ", " + base + "_" + signs + "), zero_" +
+               (wide ? "pd_" : "ps_") + signs + ")";
+    }
+
+    std::string Element(const RealStore& s) const { return "y + (" + s.element + ")"; }
+
+    void Store(const std::string& text, std::vector<int> deps) {
+        ++census_.stores;
+        deps.insert(deps.end(), load_instrs_.begin(), load_instrs_.end());
+        prog_.Add(Program::Kind::kStore, text, deps);
+    }
+
+    // The form an output is scaled in: a single-precision product is still
+    // in double and is scaled there, then rounded once.
+    Form OutputForm(const RealValue& v) const { return NaturalForm(v.node); }
+
+    void EmitStores() {
+        const auto& stores = in_.stores;
+        // Every load first: the destination may be the source. Loads a
+        // kernel never needed (none, in practice) are made here too.
+        for (size_t i = 0; i < stores.size(); ++i) {
+            const RealStore& s = stores[i];
+            const RealValue& v = s.value;
+            if (v.IsZero()) {
+                std::string text = "y[" + s.element + "] = " + (Single() ? "0.0f;" : "0.0;");
+                if (!s.guard.empty()) text = "if constexpr (" + s.guard + ") " + text;
+                Store(text, {});
+                continue;
+            }
+            if (!s.guard.empty()) throw std::runtime_error("a guarded store of a computed value");
+            const Form f = OutputForm(v);
+            if (i + 1 < stores.size() && in_.stores_adjacent(static_cast<int>(i), static_cast<int>(i) + 1)) {
+                const RealStore& t = stores[i + 1];
+                if (!t.value.IsZero() && t.guard.empty() && OutputForm(t.value) == f) {
+                    int vec = Gather(v.node, t.value.node, f);
+                    std::string value = Scaled(vec, f, v.negated, t.value.negated);
+                    if (Single() && f == kWide) {
+                        ++census_.converts;
+                        value = "_mm_cvtpd_ps(" + value + ")";
+                    }
+                    Store(Single() ? "_mm_store_sd(reinterpret_cast<double*>(" + Element(s) + "), _mm_castps_pd(" + value + "));"
+                                   : "_mm_storeu_pd(" + Element(s) + ", " + value + ");",
+                          {vecs_[vec].instr});
+                    ++i;
+                    continue;
+                }
+            }
+            auto [vec, lane] = Locate(v.node, f);
+            std::string value = Scaled(vec, f, v.negated, v.negated);
+            if (!Single()) {
+                Store(std::string(lane == 0 ? "_mm_store_sd(" : "_mm_storeh_pd(") + Element(s) + ", " + value + ");",
+                      {vecs_[vec].instr});
+                continue;
+            }
+            if (f == kWide) {
+                ++census_.converts;
+                value = "_mm_cvtpd_ps(" + value + ")";
+            }
+            if (lane == 1) {
+                ++census_.shuffles;
+                value = "_mm_shuffle_ps(" + value + ", " + value + ", _MM_SHUFFLE(1, 1, 1, 1))";
+            }
+            Store("_mm_store_ss(" + Element(s) + ", " + value + ");", {vecs_[vec].instr});
+        }
+    }
+
+    const RealKernelInput& in_;
+    const RealDag& dag_;
+    ConstTable consts_;
+    RealPairing pairing_;
+    Program prog_;
+    RealCensus census_;
+    std::vector<int> reachable_;
+    std::vector<Vec> vecs_;
+    std::vector<int> load_instrs_;
+    std::vector<std::pair<int, int>> units_;                          // planned (lo, hi); hi -1 alone
+    std::map<int, std::pair<int, int>> plan_;                         // node -> (unit, lane)
+    std::map<int, std::vector<std::pair<int, int>>> where_[2];        // form -> node -> (vec, lane)
+    mutable std::map<std::pair<int, int>, int> exact_[2];             // form -> (lo, hi) -> vec
+    std::map<std::string, std::pair<std::string, std::string>> prelude_;  // name -> (type, definition)
+};
+
+}  // namespace
+
+RealKernelText EmitRealSse(const RealKernelInput& in, const std::string& table, const RealPairing& pairing) {
+    return RealSseEmitter(in, table, pairing).Run();
+}
+
+}  // namespace gen
