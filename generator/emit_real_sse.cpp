@@ -148,6 +148,12 @@ private:
                                               : "_mm_loadu_pd(" + Src(lo) + ")";
             return NewVec(f, expr, {}, lo, hi, Program::Kind::kLoad);
         }
+        if (!Single() && IsLoad(lo) && IsLoad(hi) && !where_[f].count(lo) && !where_[f].count(hi)) {
+            // Two loads from anywhere: the second goes straight to lane 1.
+            census_.loads += 2;
+            return NewVec(f, "_mm_loadh_pd(_mm_load_sd(" + Src(lo) + "), " + Src(hi) + ")", {}, lo, hi,
+                          Program::Kind::kLoad);
+        }
         auto [v1, l1] = Locate(lo, f);
         auto [v2, l2] = Locate(hi, f);
         const std::string a = Name(v1), b = Name(v2);
@@ -221,11 +227,27 @@ private:
         units_.push_back({lo, hi});
         plan_[lo] = {unit, 0};
         if (hi >= 0) plan_[hi] = {unit, 1};
+        if (hi >= 0) Request(lo, hi);
+    }
+
+    // Notes the operand pairs a planned unit will gather, so that later
+    // units needing the same pair count it as free.
+    void Request(int lo, int hi) {
+        const RealNode& nl = dag_.at(lo);
+        const RealNode& nh = dag_.at(hi);
+        if (nl.op == RealOp::kMul) {
+            requested_.insert({nl.a, nh.a});
+            return;
+        }
+        Arrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PlannedPairCost(p, q); });
+        requested_.insert({a.a_lo, a.a_hi});
+        requested_.insert({a.b_lo, a.b_hi});
     }
     bool Planned(int node) const { return plan_.count(node) != 0; }
 
     int PlannedPairCost(int lo, int hi) const {
-        if (IsLoad(lo) && IsLoad(hi)) return LoadsAdjacent(lo, hi) ? 0 : 1;
+        if (IsLoad(lo) && IsLoad(hi)) return LoadsAdjacent(lo, hi) || requested_.count({lo, hi}) ? 0 : 1;
+        if (requested_.count({lo, hi})) return 0;
         auto a = plan_.find(lo), b = plan_.find(hi);
         if (a == plan_.end() || b == plan_.end()) return 1;
         return a->second.first == b->second.first && a->second.second == 0 && b->second.second == 1 ? 0 : 1;
@@ -272,17 +294,22 @@ private:
         };
         for (auto& [lvl, kinds] : groups)
             for (auto& [product, members] : kinds) {
-                std::vector<std::tuple<int, int, int>> candidates;  // cost, lo, hi
-                for (size_t i = 0; i < members.size(); ++i)
-                    for (size_t j = i + 1; j < members.size(); ++j) {
-                        candidates.emplace_back(cost(members[i], members[j]), members[i], members[j]);
-                        candidates.emplace_back(cost(members[j], members[i]), members[j], members[i]);
+                // Cheapest first, one cost at a time: what a pair at one cost
+                // gathers can make others cheaper.
+                for (int limit = 0; limit <= pairing_.limit; ++limit) {
+                    std::vector<std::tuple<int, int, int>> candidates;  // cost, lo, hi
+                    for (size_t i = 0; i < members.size(); ++i)
+                        for (size_t j = i + 1; j < members.size(); ++j) {
+                            if (Planned(members[i]) || Planned(members[j])) continue;
+                            candidates.emplace_back(cost(members[i], members[j]), members[i], members[j]);
+                            candidates.emplace_back(cost(members[j], members[i]), members[j], members[i]);
+                        }
+                    std::sort(candidates.begin(), candidates.end());
+                    for (auto [c, lo, hi] : candidates) {
+                        if (c > limit) break;
+                        if (Planned(lo) || Planned(hi)) continue;
+                        PlanUnit(lo, hi);
                     }
-                std::sort(candidates.begin(), candidates.end());
-                for (auto [c, lo, hi] : candidates) {
-                    if (c > pairing_.limit) break;
-                    if (Planned(lo) || Planned(hi)) continue;
-                    PlanUnit(lo, hi);
                 }
                 for (int id : members)
                     if (!Planned(id)) PlanUnit(id, -1);
@@ -482,6 +509,7 @@ private:
     std::vector<int> load_instrs_;
     std::vector<std::pair<int, int>> units_;                          // planned (lo, hi); hi -1 alone
     std::map<int, std::pair<int, int>> plan_;                         // node -> (unit, lane)
+    std::set<std::pair<int, int>> requested_;                         // operand pairs planned units gather
     std::map<int, std::vector<std::pair<int, int>>> where_[2];        // form -> node -> (vec, lane)
     mutable std::map<std::pair<int, int>, int> exact_[2];             // form -> (lo, hi) -> vec
     std::map<std::string, std::pair<std::string, std::string>> prelude_;  // name -> (type, definition)
