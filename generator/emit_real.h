@@ -59,6 +59,8 @@ RealKernelText EmitReal(const RealKernelInput& in);
 struct RealPairing {
     bool twins;
     int limit;
+    bool largest_twins_first = true;  // else in the order the builders made them
+    bool from_stores = false;         // pairs down from neighbouring outputs
 };
 
 // The same arithmetic with two operations per SSE2 instruction where they

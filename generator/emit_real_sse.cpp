@@ -46,6 +46,7 @@ public:
         for (const RealStore& s : in_.stores) outputs.push_back(s.value);
         for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
         if (pairing_.twins) PlanTwins();
+        if (pairing_.from_stores) PlanFromStores();
         PlanByLevel();
         for (const auto& [lo, hi] : OrderUnits()) {
             if (hi >= 0) {
@@ -259,13 +260,42 @@ private:
         std::set<int> live(reachable_.begin(), reachable_.end());
         std::vector<const RealDag::TwinNodes*> groups;
         for (const auto& g : dag_.twins()) groups.push_back(&g);
-        std::stable_sort(groups.begin(), groups.end(), [](auto* a, auto* b) { return a->size() > b->size(); });
+        if (pairing_.largest_twins_first)
+            std::stable_sort(groups.begin(), groups.end(), [](auto* a, auto* b) { return a->size() > b->size(); });
         for (const auto* g : groups)
             for (auto [a, b] : *g) {
                 if (!live.count(a) || !live.count(b) || Planned(a) || Planned(b) || IsLoad(a) || IsLoad(b)) continue;
                 if (IsProduct(a) != IsProduct(b)) continue;
                 PlanUnit(a, b);
             }
+    }
+
+    // Outputs stored side by side, and down from them the operand pairs
+    // they take, as long as both sides do the same kind of operation.
+    void PlanFromStores() {
+        std::set<int> live(reachable_.begin(), reachable_.end());
+        std::vector<std::pair<int, int>> work;
+        const auto& stores = in_.stores;
+        for (size_t i = 0; i + 1 < stores.size(); ++i)
+            if (in_.stores_adjacent(static_cast<int>(i), static_cast<int>(i) + 1) && !stores[i].value.IsZero() &&
+                !stores[i + 1].value.IsZero())
+                work.push_back({stores[i].value.node, stores[i + 1].value.node});
+        while (!work.empty()) {
+            auto [a, b] = work.back();
+            work.pop_back();
+            if (a == b || !live.count(a) || !live.count(b) || Planned(a) || Planned(b) || IsLoad(a) || IsLoad(b)) continue;
+            if (IsProduct(a) != IsProduct(b)) continue;
+            PlanUnit(a, b);
+            const RealNode& na = dag_.at(a);
+            const RealNode& nb = dag_.at(b);
+            if (IsProduct(a)) {
+                work.push_back({na.a, nb.a});
+                continue;
+            }
+            Arrangement r = BestAddSub(a, b, [&](int p, int q) { return PlannedPairCost(p, q); });
+            work.push_back({r.a_lo, r.a_hi});
+            work.push_back({r.b_lo, r.b_hi});
+        }
     }
 
     // Levels go in quarter steps: a sum is one level above its operands, a

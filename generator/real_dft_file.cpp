@@ -77,7 +77,8 @@ RealKernelText Cheapest(const RealKernelInput& in, const std::string& table) {
     RealKernelText best = EmitReal(in);
     int best_cost = best.census.Instructions();
     for (const RealStore& s : in.stores) best_cost += s.value.IsZero() ? 0 : 1;
-    for (RealPairing pairing : {RealPairing{false, 1}, RealPairing{false, 2}, RealPairing{true, 1}, RealPairing{true, 2}}) {
+    for (RealPairing pairing : {RealPairing{false, 1}, RealPairing{false, 2}, RealPairing{true, 1}, RealPairing{true, 2},
+                                RealPairing{true, 1, true, true}, RealPairing{false, 1, true, true}}) {
         RealKernelText packed = EmitRealSse(in, table, pairing);
         if (packed.census.Instructions() < best_cost) {
             best_cost = packed.census.Instructions();
