@@ -280,7 +280,8 @@ std::int32_t SpecKind(std::int32_t length);
 
 // Arena bytes a plan of this length takes (without the 64 bytes of arena
 // word and realignment): the exact 64-bit total, which may exceed what a
-// 32-bit size can express, or -1 when a radix choice fails.
+// 32-bit size can express, or -1 when a radix choice or a vector-width test
+// fails.
 template <class Real>
 std::int64_t PredictArenaBytes(std::int32_t length);
 

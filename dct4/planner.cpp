@@ -89,6 +89,10 @@ std::int64_t PredictArenaBytes(std::int32_t length) {
     if (SpecKind(length) != 6) return Round(0) + Round(sizeof(DCT4Spec)) + 3 * kNode;
     std::int32_t radix;
     if (ChooseRadix(&radix, length / 2) != kStatusOk) return -1;
+    // The stage kernels work on whole vectors: Init refuses a length unless
+    // N/(2r) (output stage) and r (input stage) are multiples of the width.
+    constexpr std::int32_t w = Precision<Real>::kWidth;
+    if ((length / (2 * radix)) % w != 0 || radix % w != 0) return -1;
     const std::int64_t stage = PredictStage<Real>(length / radix, length, sizeof(InputPlan));
     if (stage < 0) return -1;
     const std::int64_t elements = Round(std::int64_t{length} * std::int64_t{sizeof(Real)});

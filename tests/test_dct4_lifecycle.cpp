@@ -110,6 +110,8 @@ std::optional<int32_t> ExpectedSize(int32_t length) {
     } else {
         const auto r = Radix(N / 2);
         if (!r) return std::nullopt;
+        // Both stages run on whole vectors.
+        if ((N / (2 * *r)) % w != 0 || *r % w != 0) return std::nullopt;
         // output-stage block
         for (int64_t t : {Up(32 * *r * ((N / (2 * *r)) / w)), Up(64), node, Up(0), Up(64), 2 * node, 2 * node,
                           Up(28), node})
@@ -322,39 +324,69 @@ TEST(DCT4Init, BuildsInsideExactBlocksAtEveryAlignment) {
     CheckPlacementOverLengths<double>();
 }
 
-// Init of a length the rules refuse: kStatusBadSize, the arena word back at
-// its start, the out pointer untouched. The block is generous, since GetSize
-// gives no size for most of these lengths.
+// A length the rules refuse: GetSize reports kStatusBadSize and writes no
+// size; Init reports it too, with the arena word back at its start and the
+// out pointer untouched; InitAlloc takes no block. Init gets a generous
+// block, since GetSize gives no size for these lengths.
 template <class Real>
 void CheckRefused(int32_t n) {
     const Api<Real>& api = ApiOf<Real>();
-    std::vector<uint8_t> storage(1 << 20);
+    SCOPED_TRACE(testing::Message() << api.suffix << " N = " << n);
+    static std::vector<uint8_t> storage(1 << 20);
     uint8_t* block = storage.data() + 3;
+    int32_t size = -12345;
+    EXPECT_EQ(api.getSize(n, &size), kStatusBadSize);
+    EXPECT_EQ(size, -12345);
     DCT4Spec* const untouched = reinterpret_cast<DCT4Spec*>(uintptr_t{0x1234560});
     DCT4Spec* spec = untouched;
-    EXPECT_EQ(api.init(&spec, n, block), kStatusBadSize) << api.suffix << " N = " << n;
-    EXPECT_EQ(spec, untouched) << api.suffix << " N = " << n;
-    EXPECT_EQ(ArenaWordOf(block), ArenaStart(block)) << api.suffix << " N = " << n << ": arena not restored";
-    EXPECT_EQ(api.initAlloc(&spec, n), kStatusBadSize) << api.suffix << " N = " << n;
+    EXPECT_EQ(api.init(&spec, n, block), kStatusBadSize);
     EXPECT_EQ(spec, untouched);
-    EXPECT_TRUE(g_alloc.live.empty()) << api.suffix << " N = " << n << ": InitAlloc leaked its block";
+    EXPECT_EQ(ArenaWordOf(block), ArenaStart(block)) << "arena not restored";
+    EXPECT_EQ(api.initAlloc(&spec, n), kStatusBadSize);
+    EXPECT_EQ(spec, untouched);
+    EXPECT_TRUE(g_alloc.live.empty()) << "InitAlloc leaked its block";
 }
 
 TEST(DCT4Init, RefusedLengthsLeaveNothingBehind) {
-    for (int32_t n : {INT32_MIN, -64, -4, -1, 0, 1, 3, 5, 6, 7, 10, 100, 768, 1 << 27, 1 << 30, INT32_MAX}) {
+    for (int32_t n : {INT32_MIN, -64, -4, -1, 0, 1, 3, 5, 6, 7, 10, 12, 24, 48, 96, 100, 192, 768, 1536, 1 << 27,
+                      1 << 30, INT32_MAX}) {
         CheckRefused<float>(n);
         CheckRefused<double>(n);
     }
-    // Refused in single precision only: the vector-width tests (N/(2r) a
-    // multiple of 4, r a multiple of 4). 768 and 1536 fail deeper, in a radix
-    // step below the input stage.
-    for (int32_t n : {9, 12, 17, 24, 48, 96, 192, 768, 1536}) CheckRefused<float>(n);
-    // And refused for size alone, after the whole rest of the rules passed.
+    // Single precision only: every radix choice passes, but 9 has N/(2r) = 2
+    // and 17 has r = 2, not whole vectors of 4.
+    CheckRefused<float>(9);
+    CheckRefused<float>(17);
+    // Refused for size alone, after the whole rest of the rules passed.
     CheckRefused<double>(1 << 26);
     CheckRefused<float>((1 << 27) + 1);
-    // The size rules have no divisibility tests: 9 single gets a size.
-    int32_t size = 0;
-    EXPECT_EQ(qvngDCT4GetSize_32f(9, &size), kStatusOk);
+}
+
+// Init and InitAlloc accept exactly the lengths GetSize gives a size for:
+// every length up to 5000 in both precisions.
+template <class Real>
+void CheckInitAgreesWithGetSize() {
+    const Api<Real>& api = ApiOf<Real>();
+    int built = 0;
+    for (int32_t n = -2; n <= 5000; ++n) {
+        int32_t size = 0;
+        if (api.getSize(n, &size) != kStatusOk) {
+            CheckRefused<Real>(n);
+        } else {
+            DCT4Spec* spec = nullptr;
+            ASSERT_EQ(api.initAlloc(&spec, n), kStatusOk) << api.suffix << " N = " << n << " has a size";
+            EXPECT_EQ(g_alloc.lastSize, size) << api.suffix << " N = " << n;
+            EXPECT_EQ(api.free(spec), kStatusOk);
+            ++built;
+        }
+        if (testing::Test::HasFailure()) return;
+    }
+    std::printf("%s: %d lengths up to 5000 sized and built\n", api.suffix, built);
+}
+
+TEST(DCT4Init, AcceptsExactlyTheLengthsGetSizeSizes) {
+    CheckInitAgreesWithGetSize<float>();
+    CheckInitAgreesWithGetSize<double>();
 }
 
 TEST(DCT4Lifecycle, NullPointers) {
