@@ -278,9 +278,11 @@ constexpr std::uint32_t WorkBytes(std::int32_t length) {
 // 1..5 for N = 2, 4, 8, 16, 32; 6 for every other N.
 std::int32_t SpecKind(std::int32_t length);
 
-// Arena bytes a plan of this length takes (without the 64 bytes of arena
+// Arena bytes a plan of this length is given (without the 64 bytes of arena
 // word and realignment): the exact 64-bit total, which may exceed what a
-// 32-bit size can express, or -1 when a radix choice fails.
+// 32-bit size can express, or -1 when a radix choice or a vector-width test
+// fails. Init takes exactly this much, except on one more than a power of
+// two, where it takes 32 bytes less (see the rotation table term).
 template <class Real>
 std::int64_t PredictArenaBytes(std::int32_t length);
 

@@ -89,11 +89,18 @@ std::int64_t PredictArenaBytes(std::int32_t length) {
     if (SpecKind(length) != 6) return Round(0) + Round(sizeof(DCT4Spec)) + 3 * kNode;
     std::int32_t radix;
     if (ChooseRadix(&radix, length / 2) != kStatusOk) return -1;
+    // The stage kernels work on whole vectors: Init refuses a length unless
+    // N/(2r) (output stage) and r (input stage) are multiples of the width.
+    constexpr std::int32_t w = Precision<Real>::kWidth;
+    if ((length / (2 * radix)) % w != 0 || radix % w != 0) return -1;
     const std::int64_t stage = PredictStage<Real>(length / radix, length, sizeof(InputPlan));
     if (stage < 0) return -1;
     const std::int64_t elements = Round(std::int64_t{length} * std::int64_t{sizeof(Real)});
-    const std::int64_t rotation =
-        Round(std::int64_t{kUnitBytes} * radix * ((length / (2 * radix)) / Precision<Real>::kWidth));
+    // The rotation table is counted as N elements (N/2 cosine-sine pairs).
+    // That is its size when 2r divides N; for one more than a power of two
+    // N/(2r) truncates, the table Init fills is one 32-byte unit smaller,
+    // and the block reported is that much larger than the plan takes.
+    const std::int64_t rotation = elements;
     const std::int64_t outputBlock = rotation + Round(sizeof(RotationTable)) + kNode + Round(0) +
                                      Round(sizeof(OutputStage)) + 2 * kNode + 2 * kNode +
                                      Round(sizeof(TwiddleView)) + kNode;
