@@ -107,11 +107,14 @@ private:
     }
 
     // The same lanes in the other form: widening is exact, narrowing is the
-    // rounding the scalar body makes where a float sum takes a product.
+    // rounding the scalar body makes where a float sum takes a product. A
+    // product widened back from its rounding is not the product, so that
+    // lane is left unnamed.
     int Convert(int vec, Form to) {
         ++census_.converts;
         const std::string expr = to == kWide ? "_mm_cvtps_pd(" + Name(vec) + ")" : "_mm_cvtpd_ps(" + Name(vec) + ")";
-        return NewVec(to, expr, {vec}, vecs_[vec].lane[0], vecs_[vec].lane[1]);
+        auto keep = [&](int node) { return node >= 0 && (to == kNarrow || !IsProduct(node)) ? node : -1; };
+        return NewVec(to, expr, {vec}, keep(vecs_[vec].lane[0]), keep(vecs_[vec].lane[1]));
     }
 
     int LoadOne(int node) {
@@ -140,7 +143,8 @@ private:
         if (it != exact_[f].end()) return it->second;
         if (Single()) {
             auto other = exact_[1 - f].find({lo, hi});
-            if (other != exact_[1 - f].end()) return Convert(other->second, f);
+            const bool exact = f == kNarrow || (!IsProduct(lo) && !IsProduct(hi));
+            if (exact && other != exact_[1 - f].end()) return Convert(other->second, f);
             if (NaturalForm(lo) != f && NaturalForm(hi) != f) return Convert(Gather(lo, hi, Form(1 - f)), f);
         }
         if (LoadsAdjacent(lo, hi)) {
