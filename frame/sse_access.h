@@ -32,6 +32,11 @@ inline void StoreHighComplex(float* p, __m128 v) {
     _mm_storeh_pd(reinterpret_cast<double*>(p), _mm_castps_pd(v));
 }
 
+// Two floats (8 bytes) in the low half of a vector, at any address: the
+// packed real kernels move neighbouring single-precision values this way.
+inline __m128 LoadTwoFloats(const float* p) { return _mm_castsi128_ps(_mm_loadu_si64(p)); }
+inline void StoreTwoFloats(float* p, __m128 v) { _mm_storeu_si64(p, _mm_castps_si128(v)); }
+
 // Sign masks: xor flips the sign of the lanes that hold -0.0.
 inline __m128d SignMaskPd(bool lo, bool hi) {
     return _mm_castsi128_pd(_mm_set_epi64x(hi ? (long long)0x8000000000000000ull : 0,

@@ -149,7 +149,7 @@ private:
         }
         if (LoadsAdjacent(lo, hi)) {
             ++census_.loads;
-            const std::string expr = Single() ? "_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(" + Src(lo) + ")))"
+            const std::string expr = Single() ? "qvn::LoadTwoFloats(" + Src(lo) + ")"
                                               : "_mm_loadu_pd(" + Src(lo) + ")";
             return NewVec(f, expr, {}, lo, hi, Program::Kind::kLoad);
         }
@@ -506,7 +506,7 @@ private:
                         ++census_.converts;
                         value = "_mm_cvtpd_ps(" + value + ")";
                     }
-                    Store(Single() ? "_mm_store_sd(reinterpret_cast<double*>(" + Element(s) + "), _mm_castps_pd(" + value + "));"
+                    Store(Single() ? "qvn::StoreTwoFloats(" + Element(s) + ", " + value + ");"
                                    : "_mm_storeu_pd(" + Element(s) + ", " + value + ");",
                           {vecs_[vec].instr});
                     ++i;
