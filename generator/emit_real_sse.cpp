@@ -30,6 +30,7 @@
 #include <tuple>
 
 #include "emit_real.h"
+#include "lane_pairing.h"
 
 namespace gen {
 namespace {
@@ -48,7 +49,11 @@ public:
         if (pairing_.twins) PlanTwins();
         if (pairing_.from_stores) PlanFromStores();
         PlanByLevel();
-        for (const auto& [lo, hi] : OrderUnits()) {
+        std::set<int> loads;
+        for (int id : reachable_)
+            if (IsLoad(id)) loads.insert(id);
+        auto operands = [&](int node) { return std::vector<int>{dag_.at(node).a, dag_.at(node).b}; };
+        for (const auto& [lo, hi] : OrderUnits(units_, loads, operands)) {
             if (hi >= 0) {
                 EmitPair(lo, hi);
             } else {
@@ -208,23 +213,11 @@ private:
 
     // ---- Planning: which nodes share a vector, before any code is written.
 
-    struct Arrangement {
-        int a_lo, b_lo, a_hi, b_hi, cost;
-    };
-    // Operands of a paired add/sub in the order the operations take them
-    // (an add may swap its own), cheapest first.
     template <class Cost>
-    Arrangement BestAddSub(int lo, int hi, Cost pair_cost) const {
+    OperandArrangement BestAddSub(int lo, int hi, Cost pair_cost) const {
         const RealNode& nl = dag_.at(lo);
         const RealNode& nh = dag_.at(hi);
-        Arrangement best{-1, -1, -1, -1, 1 << 20};
-        for (int sl = 0; sl < (nl.op == RealOp::kAdd ? 2 : 1); ++sl)
-            for (int sh = 0; sh < (nh.op == RealOp::kAdd ? 2 : 1); ++sh) {
-                Arrangement a{sl ? nl.b : nl.a, sl ? nl.a : nl.b, sh ? nh.b : nh.a, sh ? nh.a : nh.b, 0};
-                a.cost = pair_cost(a.a_lo, a.a_hi) + pair_cost(a.b_lo, a.b_hi) + (nl.op != nh.op ? 1 : 0);
-                if (a.cost < best.cost) best = a;
-            }
-        return best;
+        return gen::BestAddSub(nl, nl.op == RealOp::kAdd, nh, nh.op == RealOp::kAdd, pair_cost);
     }
 
     void PlanUnit(int lo, int hi) {
@@ -244,7 +237,7 @@ private:
             requested_.insert({nl.a, nh.a});
             return;
         }
-        Arrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PlannedPairCost(p, q); });
+        OperandArrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PlannedPairCost(p, q); });
         requested_.insert({a.a_lo, a.a_hi});
         requested_.insert({a.b_lo, a.b_hi});
     }
@@ -296,7 +289,7 @@ private:
                 work.push_back({na.a, nb.a});
                 continue;
             }
-            Arrangement r = BestAddSub(a, b, [&](int p, int q) { return PlannedPairCost(p, q); });
+            OperandArrangement r = BestAddSub(a, b, [&](int p, int q) { return PlannedPairCost(p, q); });
             work.push_back({r.a_lo, r.a_hi});
             work.push_back({r.b_lo, r.b_hi});
         }
@@ -350,44 +343,6 @@ private:
             }
     }
 
-    // Units in dependency order (smallest node first among the ready ones).
-    // A pair that waits on itself through the other lane is split.
-    std::vector<std::pair<int, int>> OrderUnits() {
-        std::vector<std::pair<int, int>> order;
-        std::set<int> done;
-        for (int id : reachable_)
-            if (IsLoad(id)) done.insert(id);
-        std::vector<std::pair<int, int>> pending = units_;
-        auto ready = [&](int node) {
-            const RealNode& n = dag_.at(node);
-            return (n.a < 0 || done.count(n.a)) && (n.b < 0 || done.count(n.b));
-        };
-        auto key = [](const std::pair<int, int>& u) { return u.second >= 0 ? std::min(u.first, u.second) : u.first; };
-        while (!pending.empty()) {
-            int best = -1;
-            for (size_t i = 0; i < pending.size(); ++i) {
-                auto [lo, hi] = pending[i];
-                if (!ready(lo) || (hi >= 0 && !ready(hi))) continue;
-                if (best < 0 || key(pending[i]) < key(pending[best])) best = static_cast<int>(i);
-            }
-            if (best < 0) {
-                for (auto& unit : pending)
-                    if (unit.second >= 0) {
-                        int hi = unit.second;
-                        unit.second = -1;
-                        pending.push_back({hi, -1});
-                        break;
-                    }
-                continue;
-            }
-            order.push_back(pending[best]);
-            done.insert(pending[best].first);
-            if (pending[best].second >= 0) done.insert(pending[best].second);
-            pending.erase(pending.begin() + best);
-        }
-        return order;
-    }
-
     // ---- Emission.
 
     std::string Constant(Real lo, Real hi) { return consts_.Ref({lo, hi}); }
@@ -414,7 +369,7 @@ private:
             return;
         }
         const Form f = SumForm();
-        Arrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q, f); });
+        OperandArrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q, f); });
         int va = Gather(a.a_lo, a.a_hi, f), vb = Gather(a.b_lo, a.b_hi, f);
         const std::string sfx = f == kWide ? "_pd(" : "_ps(";
         std::string expr;

@@ -18,6 +18,7 @@
 #include <tuple>
 
 #include "emit.h"
+#include "lane_pairing.h"
 
 namespace gen {
 namespace {
@@ -53,7 +54,10 @@ public:
         EmitLoads();
         PlanTwins();
         PlanByLevel();
-        for (const auto& unit : OrderUnits()) {
+        std::set<int> loads;
+        for (const auto& [index, node] : loads_) loads.insert(node);
+        auto operands = [&](int node) { return std::vector<int>{in_.dag.at(node).a, in_.dag.at(node).b}; };
+        for (const auto& unit : OrderUnits(units_, loads, operands)) {
             if (unit.second >= 0) {
                 EmitPair(unit.first, unit.second);
             } else {
@@ -169,23 +173,12 @@ private:
     }
 
     // Operands of an add/sub, in the order the operation takes them.
-    struct Arrangement {
-        int a_lo, b_lo, a_hi, b_hi, cost;
-    };
     template <class Cost>
-    Arrangement BestAddSub(int lo, int hi, Cost pair_cost) const {
+    OperandArrangement BestAddSub(int lo, int hi, Cost pair_cost) const {
         const Node& nl = in_.dag.at(lo);
         const Node& nh = in_.dag.at(hi);
-        Arrangement best{-1, -1, -1, -1, 1 << 20};
-        for (int sl = 0; sl < (nl.op == Op::kAdd ? 2 : 1); ++sl)
-            for (int sh = 0; sh < (nh.op == Op::kAdd ? 2 : 1); ++sh) {
-                Arrangement a{sl ? nl.b : nl.a, sl ? nl.a : nl.b, sh ? nh.b : nh.a, sh ? nh.a : nh.b, 0};
-                a.cost = pair_cost(a.a_lo, a.a_hi) + pair_cost(a.b_lo, a.b_hi) + (nl.op != nh.op ? 1 : 0);
-                if (a.cost < best.cost) best = a;
-            }
-        return best;
+        return gen::BestAddSub(nl, nl.op == Op::kAdd, nh, nh.op == Op::kAdd, pair_cost);
     }
-
 
     // ---- Planning: which nodes share a vector, before any code is written.
 
@@ -263,47 +256,6 @@ private:
             }
     }
 
-    // Units in dependency order (smallest node first among the ready ones).
-    // A pair that waits on itself through the other half is split.
-    std::vector<std::pair<int, int>> OrderUnits() {
-        const Dag& dag = in_.dag;
-        std::vector<std::pair<int, int>> order;
-        std::set<int> emitted_nodes;
-        for (const auto& [index, node] : loads_) emitted_nodes.insert(node);
-        std::vector<std::pair<int, int>> pending = units_;
-        auto ready = [&](int node) {
-            const Node& n = dag.at(node);
-            return (n.a < 0 || emitted_nodes.count(n.a)) && (n.b < 0 || emitted_nodes.count(n.b));
-        };
-        while (!pending.empty()) {
-            int best = -1;
-            for (size_t i = 0; i < pending.size(); ++i) {
-                auto [lo, hi] = pending[i];
-                if (!ready(lo) || (hi >= 0 && !ready(hi))) continue;
-                int key = hi >= 0 ? std::min(lo, hi) : lo;
-                int best_key = best < 0 ? 0 : (pending[best].second >= 0 ? std::min(pending[best].first, pending[best].second)
-                                                                           : pending[best].first);
-                if (best < 0 || key < best_key) best = static_cast<int>(i);
-            }
-            if (best < 0) {
-                // Only possible when a pair's halves depend on each other.
-                for (size_t i = 0; i < pending.size(); ++i)
-                    if (pending[i].second >= 0) {
-                        int hi = pending[i].second;
-                        pending[i].second = -1;
-                        pending.push_back({hi, -1});
-                        break;
-                    }
-                continue;
-            }
-            order.push_back(pending[best]);
-            emitted_nodes.insert(pending[best].first);
-            if (pending[best].second >= 0) emitted_nodes.insert(pending[best].second);
-            pending.erase(pending.begin() + best);
-        }
-        return order;
-    }
-
     // ---- Emission.
 
     void EmitPair(int lo, int hi) {
@@ -312,7 +264,7 @@ private:
         Census& c = prog_.census;
         switch (ClassOf(nl.op)) {
             case OpClass::kAddSub: {
-                Arrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q); });
+                OperandArrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q); });
                 int va = Gather(a.a_lo, a.a_hi), vb = Gather(a.b_lo, a.b_hi);
                 std::string expr;
                 ++c.adds;
