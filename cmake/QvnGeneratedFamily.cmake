@@ -16,6 +16,9 @@ function(qvn_generated_family target)
     DEPENDS qvngen-gen
     COMMENT "Generating ${ARG_FAMILY} kernels")
   add_custom_target(${target}_sources DEPENDS ${ARG_DIR}/generated.stamp)
+  # Orders the run after the generator's build also when qvngen-gen is the
+  # imported host program of a cross build.
+  add_dependencies(${target}_sources qvngen-gen)
 
   add_library(${target} OBJECT ${ARG_SOURCES} ${ARG_EXTRA})
   add_dependencies(${target} ${target}_sources)

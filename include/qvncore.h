@@ -18,9 +18,10 @@
 #define QVNCORE_API
 #endif
 
+/* The DLL's exports are listed in its .def file (undecorated names). */
 #if defined(_WIN32)
 #if defined(QVN_BUILDING_CORE)
-#define QVNCORE_EXPORT __declspec(dllexport)
+#define QVNCORE_EXPORT
 #else
 #define QVNCORE_EXPORT __declspec(dllimport)
 #endif

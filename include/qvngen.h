@@ -118,10 +118,11 @@
 #endif
 
 /* Symbol visibility: the library is built with hidden visibility and marks
- * exactly its public functions for export. */
+ * exactly its public functions for export. The DLL's exports are listed in
+ * its .def file instead, under their undecorated names. */
 #if defined(_WIN32)
 #if defined(QVN_BUILDING_LIBRARY)
-#define QVN_EXPORT __declspec(dllexport)
+#define QVN_EXPORT
 #else
 #define QVN_EXPORT __declspec(dllimport)
 #endif

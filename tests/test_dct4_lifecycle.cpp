@@ -3,7 +3,6 @@
 // construction in caller blocks of exactly the reported size at every
 // alignment (guard page behind the block), arena accounting, the plan's
 // structure and table contents, and InitAlloc/Free pairs.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,43 +16,16 @@
 #include <utility>
 #include <vector>
 
+#include "allocation_watch.h"
 #include "dct4/plan_view.h"
 #include "guarded_buffer.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
-// The test program defines the allocation pair itself, so the library's
-// calls land here first: allocations can be counted, checked for leaks and
-// made to fail.
-namespace {
-struct AllocationLog {
-    bool fail = false;
-    int mallocs = 0, frees = 0, strayFrees = 0;
-    int32_t lastSize = 0;
-    std::vector<void*> live;
-} g_alloc;
-}  // namespace
-
-extern "C" void* QVNCORE_API qvnMalloc(int32_t byteCount) {
-    static const auto real = reinterpret_cast<void* (*)(int32_t)>(dlsym(RTLD_NEXT, "qvnMalloc"));
-    ++g_alloc.mallocs;
-    g_alloc.lastSize = byteCount;
-    void* p = g_alloc.fail ? nullptr : real(byteCount);
-    if (p) g_alloc.live.push_back(p);
-    return p;
-}
-
-extern "C" void QVNCORE_API qvnFree(void* block) {
-    static const auto real = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_NEXT, "qvnFree"));
-    ++g_alloc.frees;
-    auto it = std::find(g_alloc.live.begin(), g_alloc.live.end(), block);
-    if (it != g_alloc.live.end()) g_alloc.live.erase(it);
-    else if (block) ++g_alloc.strayFrees;
-    real(block);
-}
-
 namespace {
 
+// The library's own qvnMalloc/qvnFree calls, counted (allocation_watch.cpp).
+using qvntest::g_alloc;
 using qvntest::GuardedBuffer;
 
 template <class Real>

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <numbers>
 #include <random>
 #include <thread>
 #include <vector>
@@ -113,7 +114,7 @@ TYPED_TEST(Dct4Transform, MatchesExactEvaluationForEveryPowerOfTwo) {
 TYPED_TEST(Dct4Transform, TwoPointCasesAreTheRotationByPiOverEight) {
     using T = TypeParam;
     Spec<T> s(2);
-    const T c1 = static_cast<T>(std::cos(M_PI / 8)), c3 = static_cast<T>(std::cos(3 * M_PI / 8));
+    const T c1 = static_cast<T>(std::cos(std::numbers::pi / 8)), c3 = static_cast<T>(std::cos(3 * std::numbers::pi / 8));
     const T tol = sizeof(T) == 4 ? T(1e-7) : T(1e-16);
     T y[2];
     const T e0[2] = {1, 0}, e1[2] = {0, 1};

@@ -20,6 +20,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "aligned_block.h"
 #include "guarded_buffer.h"
 #include "qvngen.h"
 #include "reference.h"
@@ -33,8 +34,8 @@ struct Entry {
     const char* name;
     int n;
     bool inverse;
-    Status (*f32)(const Complex32f*, Complex32f*, ScaleFlag);  // exactly one of the two is set
-    Status (*f64)(const Complex64f*, Complex64f*, ScaleFlag);
+    Status(QVN_API* f32)(const Complex32f*, Complex32f*, ScaleFlag);  // exactly one of the two is set
+    Status(QVN_API* f64)(const Complex64f*, Complex64f*, ScaleFlag);
 };
 
 // Per length: Fwd/Inv single, then Fwd/Inv double, so entry i ^ 1 is the
@@ -114,7 +115,7 @@ public:
 
     Array(int n, std::size_t offset = 0)
         : n_(n), offset_(offset), bytes_((n * sizeof(Elem) + offset + 63) / 64 * 64),
-          mem_(static_cast<unsigned char*>(std::aligned_alloc(64, bytes_))) {
+          mem_(qvntest::AllocateAligned64(bytes_)) {
         std::memset(mem_.get(), kSentinel, bytes_);
     }
     Array(const std::vector<Elem>& x, std::size_t offset = 0) : Array(static_cast<int>(x.size()), offset) {
@@ -137,11 +138,8 @@ public:
     std::vector<unsigned char> Snapshot() const { return {mem_.get(), mem_.get() + bytes_}; }
 
 private:
-    struct Free {
-        void operator()(unsigned char* p) const { std::free(p); }
-    };
     std::size_t n_, offset_, bytes_;
-    std::unique_ptr<unsigned char, Free> mem_;
+    qvntest::AlignedBlock mem_;
 };
 
 template <class Elem>
@@ -444,7 +442,7 @@ TEST(ComplexDftScale, KnownConstantBits) {
 // fixed-length entry of that length, statuses included.
 
 template <class Elem>
-using Generic = Status (*)(const Elem*, Elem*, int32_t, ScaleFlag);
+using Generic = Status(QVN_API*)(const Elem*, Elem*, int32_t, ScaleFlag);
 
 template <class Elem>
 void CheckGeneric(Generic<Elem> generic, bool isDouble, bool inverse) {

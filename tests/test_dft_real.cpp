@@ -25,6 +25,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "aligned_block.h"
 #include "frame/packed_layout.h"
 #include "guarded_buffer.h"
 #include "qvngen.h"
@@ -40,7 +41,7 @@ constexpr Layout kLayouts[] = {Layout::kCCS, Layout::kPack, Layout::kPerm};
 constexpr int32_t kValidFlags[] = {kScaleFwdByN, kScaleInvByN, kScaleBySqrtN, kScaleNone};
 
 template <class Real>
-using Fn = Status (*)(const Real*, Real*, ScaleFlag);
+using Fn = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
 
 struct Entry {
     const char* name;
@@ -153,7 +154,7 @@ public:
 
     explicit Array(int n, int shift = 0)
         : n_(n), shift_(shift), bytes_(((n + shift) * sizeof(Real) + 64 + 63) / 64 * 64),
-          mem_(static_cast<unsigned char*>(std::aligned_alloc(64, bytes_))) {
+          mem_(qvntest::AllocateAligned64(bytes_)) {
         std::memset(mem_.get(), kSentinel, bytes_);
     }
     // The values of x first; an array longer than x keeps the sentinel behind them.
@@ -177,12 +178,9 @@ public:
     }
 
 private:
-    struct Free {
-        void operator()(unsigned char* p) const { std::free(p); }
-    };
     int n_, shift_;
     std::size_t bytes_;
-    std::unique_ptr<unsigned char, Free> mem_;
+    qvntest::AlignedBlock mem_;
 };
 
 // Bins 0..N/2 read from a packed spectrum through the layout header; a bin
@@ -532,7 +530,7 @@ TEST(RealEntries, PlacementChangesNoBit) {
 // reaches the fixed-length entry of that length, statuses included.
 
 template <class Real>
-using GenericFn = Status (*)(const Real*, Real*, int32_t, ScaleFlag);
+using GenericFn = Status(QVN_API*)(const Real*, Real*, int32_t, ScaleFlag);
 
 struct Generic {
     const char* name;

@@ -25,7 +25,7 @@
 namespace {
 
 template <class Real>
-using Fn = Status (*)(const Real*, Real*, ScaleFlag);
+using Fn = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
 
 struct Entry {
     const char* name;

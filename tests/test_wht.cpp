@@ -2,7 +2,6 @@
 // both precisions), the generic entries in front of them and the work-buffer
 // size queries. A transform of small integers is exact in floating point, so
 // most checks compare bit for bit with an integer evaluation of the sums.
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,48 +18,24 @@
 #include <type_traits>
 #include <vector>
 
+#include "aligned_block.h"
+#include "allocation_watch.h"
 #include "guarded_buffer.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
-// The test program defines the allocation pair itself, so the library's calls
-// land here before reaching libqvncore: the entries' own allocations can be
-// counted, checked for leaks, and made to fail.
-namespace {
-struct AllocationLog {
-    bool fail = false;
-    int mallocs = 0, strayFrees = 0;
-    int32_t largest = 0;
-    std::vector<void*> live;
-} g_alloc;
-}  // namespace
-
-extern "C" void* QVNCORE_API qvnMalloc(int32_t byteCount) {
-    static const auto real = reinterpret_cast<void* (*)(int32_t)>(dlsym(RTLD_NEXT, "qvnMalloc"));
-    ++g_alloc.mallocs;
-    g_alloc.largest = std::max(g_alloc.largest, byteCount);
-    void* p = g_alloc.fail ? nullptr : real(byteCount);
-    if (p) g_alloc.live.push_back(p);
-    return p;
-}
-
-extern "C" void QVNCORE_API qvnFree(void* block) {
-    static const auto real = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_NEXT, "qvnFree"));
-    auto it = std::find(g_alloc.live.begin(), g_alloc.live.end(), block);
-    if (it != g_alloc.live.end()) g_alloc.live.erase(it);
-    else if (block) ++g_alloc.strayFrees;
-    real(block);
-}
-
 namespace {
 
+// The library's own qvnMalloc/qvnFree calls, counted (allocation_watch.cpp).
+using qvntest::g_alloc;
 using qvntest::GuardedBuffer;
 using Guard = GuardedBuffer::Guard;
 
 template <class Real>
 struct Api {
+    using Fixed = Status(QVN_API*)(const Real*, Real*, ScaleFlag, uint8_t*);
     const char* suffix;
-    Status(QVN_API* fixed[13])(const Real*, Real*, ScaleFlag, uint8_t*);
+    Fixed fixed[13];
     Status(QVN_API* generic)(const Real*, Real*, int32_t, ScaleFlag, uint8_t*);
     Status(QVN_API* bufferSize)(int32_t, int32_t*);
 };
@@ -131,7 +106,7 @@ class Array {
 public:
     explicit Array(std::size_t n, std::size_t offset = 0)
         : n_(n), offset_(offset), bytes_((n * sizeof(T) + offset + 64) / 64 * 64),
-          mem_(static_cast<unsigned char*>(std::aligned_alloc(64, bytes_))) {
+          mem_(qvntest::AllocateAligned64(bytes_)) {
         std::memset(mem_.get(), 0xA5, bytes_);
     }
     Array(const std::vector<T>& x, std::size_t offset = 0) : Array(x.size(), offset) {
@@ -146,11 +121,8 @@ public:
     }
 
 private:
-    struct Free {
-        void operator()(unsigned char* p) const { std::free(p); }
-    };
     std::size_t n_, offset_, bytes_;
-    std::unique_ptr<unsigned char, Free> mem_;
+    qvntest::AlignedBlock mem_;
 };
 
 // The buffer a caller passes: for orders 8..13 a block of exactly the queried

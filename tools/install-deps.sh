@@ -3,7 +3,11 @@
 # are missing. Needs root (or sudo) only when something has to be installed.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ g++-multilib binutils file libgtest-dev libfftw3-dev)
+# g++-multilib and qemu-user-static: the i686 Linux build and its tests;
+# googletest: GoogleTest's sources, compiled for the 32-bit targets;
+# the mingw-w64 compiler (posix threads) and binutils: the Win32 DLLs.
+packages=(cmake ninja-build g++ g++-multilib binutils file libgtest-dev googletest libfftw3-dev
+          qemu-user-static g++-mingw-w64-i686-posix binutils-mingw-w64-i686)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
