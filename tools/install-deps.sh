@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, tests and benchmark need, if any
 # are missing. Needs root (or sudo) only when something has to be installed.
+#   make, pkg-config   building examples/consumer the way a user would
+#   dpkg-dev           dpkg-shlibdeps, for the Depends line of the .deb
+#   python3-matplotlib the charts of qvngen-bench --report
 set -euo pipefail
 
-packages=(cmake ninja-build g++ g++-multilib binutils file libgtest-dev libfftw3-dev)
+packages=(cmake ninja-build g++ g++-multilib binutils file libgtest-dev libfftw3-dev
+          make pkg-config dpkg-dev python3-matplotlib)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
