@@ -1,6 +1,7 @@
 # Compares the dynamic symbols a shared library defines with the exact list
-# its naming rule gives; a missing export and a stray one (an internal helper
-# or C++ name that escaped the hidden visibility) both fail.
+# its naming rule (cmake/QvnExportNames.cmake) gives; a missing export and a
+# stray one (an internal helper or C++ name that escaped the hidden
+# visibility) both fail.
 #
 #   cmake -DNM=<nm> -DLIBRARY=<file> -DKIND=<qvngenz3|qvncore> -P check_exports.cmake
 
@@ -12,42 +13,8 @@ foreach(var NM LIBRARY KIND)
   endif()
 endforeach()
 
-if(KIND STREQUAL "qvngenz3")
-  set(expected qvngenGetLibVersion)
-  foreach(n RANGE 2 64)
-    foreach(dir Fwd Inv)
-      foreach(prec 32fc 64fc)
-        list(APPEND expected qvngDFT${dir}_CToC_${n}_${prec})
-      endforeach()
-    endforeach()
-  endforeach()
-  foreach(dir Fwd Inv)
-    foreach(prec 32fc 64fc)
-      list(APPEND expected qvngDFT${dir}_CToC_${prec})
-    endforeach()
-  endforeach()
-  foreach(prec 32f 64f)
-    set(real_stems qvngDFTFwd_RToCCS_ qvngDFTFwd_RToPack_ qvngDFTFwd_RToPerm_
-                   qvngDFTInv_CCSToR_ qvngDFTInv_PackToR_ qvngDFTInv_PermToR_ qvngHartley_)
-    foreach(stem IN LISTS real_stems)
-      foreach(n RANGE 2 64)
-        list(APPEND expected ${stem}${n}_${prec})
-      endforeach()
-      list(APPEND expected ${stem}${prec})
-    endforeach()
-    foreach(k RANGE 1 13)
-      list(APPEND expected qvngWHT_${k}_${prec})
-    endforeach()
-    list(APPEND expected qvngWHT_${prec} qvngWHTGetBufferSize_${prec})
-    foreach(op GetSize Init InitAlloc Free "")
-      list(APPEND expected qvngDCT4${op}_${prec})
-    endforeach()
-  endforeach()
-elseif(KIND STREQUAL "qvncore")
-  set(expected qvnMalloc qvnFree)
-else()
-  message(FATAL_ERROR "check_exports: unknown KIND '${KIND}'")
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/../cmake/QvnExportNames.cmake)
+qvn_export_names(expected ${KIND})
 
 # Symbols the linker defines in every shared object.
 set(linker_defined _init _fini _edata _end __bss_start)
