@@ -349,11 +349,11 @@ void PrintPrecisionRatios(const std::vector<Result>& all) {
 
 void PrintCsv(const std::vector<Result>& rs, std::FILE* out) {
     std::fprintf(out, "family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,"
-                "err_reference,reference_form\n");
+                      "err_reference,reference_form\n");
     for (const Result& r : rs)
         std::fprintf(out, "%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s\n", r.fam->name, r.fam->reference,
-                    r.precision, r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs,
-                    r.errRef, r.refForm.c_str());
+                     r.precision, r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs,
+                     r.errRef, r.refForm.c_str());
 }
 
 }  // namespace

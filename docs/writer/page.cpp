@@ -121,8 +121,7 @@ void ChecksSection(Page& page, const std::string& header, const std::vector<Chec
         for (std::size_t i = 0; i < checks.size(); ++i)
             text += "\n" + std::to_string(i + 1) + ". " + checks[i].fault + ": " + Tick(StatusName(checks[i].status)) +
                     " (" + std::to_string(checks[i].status) + ")";
-        text += "\n" + std::to_string(checks.size() + 1) + ". otherwise the transform runs: " + Tick("kStatusOk") +
-                " (0)";
+        text += "\n" + std::to_string(checks.size() + 1) + ". none fails: " + Tick("kStatusOk") + " (0)";
         page.Text(text);
     }
     std::vector<std::vector<std::string>> rows;
