@@ -23,6 +23,7 @@ struct Options {
     int errTrials = 8;          // random input vectors for the error figure
     int refPlans = 3;           // reference plans made per case; the fastest is kept
     bool csv = false;
+    std::string reportDir;      // --report: where the report is written; empty for none
 
     bool Wants(int n, int prec, const std::string& dir) const;
 };

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "bench.h"
+#include "report.h"
 
 namespace qvnbench {
 namespace {
@@ -96,6 +97,8 @@ const char kUsage[] =
     "  --quick           7 batches of 20 us, one FFTW plan per case: for trying\n"
     "                    things out, not for numbers\n"
     "  --csv             machine-readable rows instead of tables\n"
+    "  --report DIR      also write DIR/report.md (summary table and charts of time,\n"
+    "                    ratio to FFTW and error against N) and DIR/results.csv\n"
     "\n"
     "After the tables, the time of each 32-bit entry over its 64-bit twin is listed\n"
     "per family and length, for every length run in both precisions.\n";
@@ -144,6 +147,7 @@ Options Parse(int argc, char** argv) {
         else if (a == "--fftw-plans") o.refPlans = ToInt(value());
         else if (a == "--quick") o.batches = 7, o.batchMicros = 20, o.refPlans = 1;
         else if (a == "--csv") o.csv = true;
+        else if (a == "--report") o.reportDir = value();
         else Usage(2);
     }
     const bool badDirection = !o.direction.empty() && o.direction != "fwd" && o.direction != "inv";
@@ -343,13 +347,13 @@ void PrintPrecisionRatios(const std::vector<Result>& all) {
     }
 }
 
-void PrintCsv(const std::vector<Result>& rs) {
-    std::printf("family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,"
-                "err_reference,reference_form\n");
+void PrintCsv(const std::vector<Result>& rs, std::FILE* out) {
+    std::fprintf(out, "family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,"
+                      "err_reference,reference_form\n");
     for (const Result& r : rs)
-        std::printf("%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s\n", r.fam->name, r.fam->reference,
-                    r.precision, r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs,
-                    r.errRef, r.refForm.c_str());
+        std::fprintf(out, "%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s\n", r.fam->name, r.fam->reference,
+                     r.precision, r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs,
+                     r.errRef, r.refForm.c_str());
 }
 
 }  // namespace
@@ -363,7 +367,7 @@ double QuickNsPerCall(const Runner& run) {
 
 namespace {
 
-int Run(const Options& opt) {
+int Run(const Options& opt, const std::string& commandLine) {
     // All setup, FFTW planning included, happens before the first timing.
     std::vector<std::pair<const Family*, CaseList>> work;
     size_t total = 0;
@@ -383,14 +387,20 @@ int Run(const Options& opt) {
     SpinUp(300);
     std::vector<Result> results;
     bool failed = false;
+    ProgressLine progress(total);
     for (auto& [fam, cases] : work) {
         for (auto& c : cases) {
+            progress.Next(fam->title, *c);
             results.push_back(Measure(*fam, *c, opt));
             failed |= !std::isfinite(results.back().errOurs);
         }
     }
+    progress.Done();
+    if (!opt.reportDir.empty() &&
+        WriteReport(opt.reportDir, commandLine, [&](std::FILE* out) { PrintCsv(results, out); }) != 0)
+        failed = true;
     if (opt.csv) {
-        PrintCsv(results);
+        PrintCsv(results, stdout);
     } else {
         PrintTable(results, opt);
         PrintSummary(results);
@@ -405,7 +415,9 @@ int Run(const Options& opt) {
 
 int main(int argc, char** argv) {
     try {
-        return qvnbench::Run(qvnbench::Parse(argc, argv));
+        std::string commandLine = "qvngen-bench";
+        for (int i = 1; i < argc; ++i) commandLine += std::string(" ") + argv[i];
+        return qvnbench::Run(qvnbench::Parse(argc, argv), commandLine);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "qvngen-bench: %s\n", e.what());
         return 1;

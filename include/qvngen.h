@@ -141,7 +141,7 @@
 /* Result of every transform. 0 is success; every error is negative. */
 typedef int32_t Status;
 enum {
-    kStatusOk = 0,
+    kStatusOk = 0,            /* success: the destination holds the result */
     kStatusBadSpec = -5,      /* DCT-IV specification with an unknown kind */
     kStatusBadSize = -6,      /* length or order out of range */
     kStatusNullPointer = -8,  /* a required pointer is null */

@@ -1,6 +1,7 @@
 # Compares the dynamic symbols a shared library defines with the exact list
-# its naming rule gives; a missing export and a stray one (an internal helper
-# or C++ name that escaped the hidden visibility) both fail.
+# its naming rule (cmake/QvnExportNames.cmake) gives; a missing export and a
+# stray one (an internal helper or C++ name that escaped the hidden
+# visibility) both fail.
 #
 #   cmake -DNM=<nm> -DLIBRARY=<file> -DKIND=<qvngenz3|qvncore> -P check_exports.cmake
 

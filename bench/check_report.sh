@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Runs qvngen-bench --report on a few quick cases of every family and checks
+# what it wrote: the CSV, both Markdown pages, and a PNG chart for every
+# family and precision in the CSV, each linked from report.md.
+#   check_report.sh QVNGEN_BENCH OUT_DIR
+set -euo pipefail
+bench=${1:?usage: check_report.sh QVNGEN_BENCH OUT_DIR}
+out=${2:?usage: check_report.sh QVNGEN_BENCH OUT_DIR}
+rm -rf "$out"
+
+"$bench" --quick --batches 3 --err-trials 1 --n 2,4,8 --report "$out" >/dev/null
+
+for f in results.csv summary.md report.md; do
+  [[ -s $out/$f ]] || { echo "missing or empty: $out/$f"; exit 1; }
+done
+groups=$(tail -n +2 "$out/results.csv" | cut -d, -f1,3 | sort -u | tr , -)
+count=0
+for g in $groups; do
+  png=$out/$g.png
+  [[ $(head -c 8 "$png" 2>/dev/null | od -An -tx1 | tr -d ' \n') == 89504e470d0a1a0a ]] ||
+    { echo "not a PNG: $png"; exit 1; }
+  grep -q "]($g.png)" "$out/report.md" || { echo "report.md does not show $g.png"; exit 1; }
+  count=$((count + 1))
+done
+rows=$(grep -c '^| .* vs ' "$out/summary.md")
+((count >= 12 && rows == count)) ||
+  { echo "expected a chart and a summary row per family and precision: $count charts, $rows rows"; exit 1; }
+echo "report: $count charts, $rows summary rows"

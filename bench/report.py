@@ -1,0 +1,191 @@
+#!/usr/bin/python3
+"""Draws the qvngen-bench report from the results.csv it writes.
+
+  report.py [--command TEXT] RESULTS_CSV OUT_DIR
+
+Writes, into OUT_DIR:
+  summary.md              one row per family and precision: geometric mean
+                          and worst of the time ratios to FFTW, lengths where
+                          FFTW is faster, worst error ratio
+  report.md               the command, the same table, then every chart
+  <family>-<bits>.png     per family and precision, against N: ns per call of
+                          qvngen and each reference; the ratio to FFTW with
+                          the 1.0 line; the relative RMS error of each
+
+qvngen-bench --report DIR runs it; it can be rerun on a saved CSV.
+"""
+import argparse
+import csv
+import math
+import os
+from collections import OrderedDict
+
+import matplotlib
+
+matplotlib.use("Agg")  # files only, no display
+import matplotlib.pyplot as plt  # noqa: E402
+
+# Headings for the --family names of qvngen-bench; an unknown name is shown
+# as it is.
+TITLES = {
+    "dft-c": "complex DFT",
+    "rfwd": "real DFT, R to CCS",
+    "rinv": "real DFT, CCS to R",
+    "hartley": "discrete Hartley",
+    "wht": "Walsh-Hadamard",
+    "dct4": "type-IV DCT",
+}
+RATIO_REFERENCE = "FFTW"
+
+
+class Group:
+    """The rows of one family and precision: qvngen and its references."""
+
+    def __init__(self, family, precision):
+        self.family = family
+        self.precision = precision
+        self.rows = []
+
+    @property
+    def title(self):
+        return f"{TITLES.get(self.family, self.family)}, {self.precision}-bit"
+
+    @property
+    def chart(self):
+        return f"{self.family}-{self.precision}.png"
+
+    def references(self):
+        return list(OrderedDict.fromkeys(r["reference"] for r in self.rows))
+
+    def directions(self):
+        return list(OrderedDict.fromkeys(r["direction"] for r in self.rows))
+
+    def ratio_reference(self):
+        refs = self.references()
+        return RATIO_REFERENCE if RATIO_REFERENCE in refs else refs[0]
+
+    def series(self, reference, direction):
+        rows = [r for r in self.rows if r["reference"] == reference and r["direction"] == direction]
+        return sorted(rows, key=lambda r: r["n"])
+
+
+def read_groups(path):
+    groups = OrderedDict()
+    with open(path, newline="") as f:
+        for row in csv.DictReader(f):
+            for key in ("precision", "n"):
+                row[key] = int(row[key])
+            for key in ("ns_qvngen", "ns_reference", "ratio", "err_qvngen", "err_reference"):
+                row[key] = float(row[key])
+            key = (row["family"], row["precision"])
+            groups.setdefault(key, Group(*key)).rows.append(row)
+    return list(groups.values())
+
+
+def error_ratio(row):
+    if row["err_reference"] > 0:
+        return row["err_qvngen"] / row["err_reference"]
+    return 1.0 if row["err_qvngen"] == 0 else math.inf
+
+
+def summary_rows(groups):
+    lines = [
+        "| family | cases | geometric mean ratio | worst ratio | slower than the reference "
+        "| worst error ratio |",
+        "|---|---:|---:|---|---|---|",
+    ]
+    for g in groups:
+        ref = g.ratio_reference()
+        rows = [r for r in g.rows if r["reference"] == ref]
+        gmean = math.exp(sum(math.log(r["ratio"]) for r in rows) / len(rows))
+        worst = max(rows, key=lambda r: r["ratio"])
+        slower = [f"{r['n']} {r['direction']}" for r in rows if r["ratio"] > 1]
+        worst_err = max(rows, key=error_ratio)
+        slower_text = f"{len(slower)}: {', '.join(slower)}" if slower else "none"
+        lines.append(
+            f"| {g.title} vs {ref} | {len(rows)} | {gmean:.3f} "
+            f"| {worst['ratio']:.3f} (N={worst['n']} {worst['direction']}) | {slower_text} "
+            f"| {error_ratio(worst_err):.3g} (N={worst_err['n']} {worst_err['direction']}) |"
+        )
+    return lines
+
+
+def draw_chart(g, path):
+    fig, (ax_ns, ax_ratio, ax_err) = plt.subplots(3, 1, figsize=(8, 10), sharex=True)
+    ns_values = sorted({r["n"] for r in g.rows})
+    powers_of_two = all(n & (n - 1) == 0 for n in ns_values)
+    ours_from = g.ratio_reference()  # qvngen is timed once per reference table; one line suffices
+    markers = "os^vD"
+    for d_index, direction in enumerate(g.directions()):
+        style = "-" if d_index == 0 else ":"
+        suffix = f" {direction}" if len(g.directions()) > 1 else ""
+        ours = g.series(ours_from, direction)
+        n = [r["n"] for r in ours]
+        ax_ns.plot(n, [r["ns_qvngen"] for r in ours], style, marker="o", ms=3, color="C0",
+                   label="qvngen" + suffix)
+        ax_err.plot(n, [r["err_qvngen"] for r in ours], style, marker="o", ms=3, color="C0",
+                    label="qvngen" + suffix)
+        ax_ratio.plot(n, [r["ratio"] for r in ours], style, marker="o", ms=3, color="C0",
+                      label=f"qvngen / {ours_from}" + suffix)
+        for r_index, ref in enumerate(g.references(), start=1):
+            rows = g.series(ref, direction)
+            n = [r["n"] for r in rows]
+            marker = markers[r_index % len(markers)]
+            ax_ns.plot(n, [r["ns_reference"] for r in rows], style, marker=marker, ms=3,
+                       color=f"C{r_index}", label=ref + suffix)
+            ax_err.plot(n, [r["err_reference"] for r in rows], style, marker=marker, ms=3,
+                        color=f"C{r_index}", label=ref + suffix)
+    ax_ratio.axhline(1.0, color="black", linewidth=0.8)
+
+    ax_ns.set_ylabel("ns per call")
+    ax_ratio.set_ylabel(f"time ratio to {ours_from}\n(below 1: qvngen faster)")
+    ax_err.set_ylabel("relative RMS error")
+    ax_err.set_xlabel("N")
+    ax_ns.set_yscale("log")
+    if any(r["err_qvngen"] > 0 or r["err_reference"] > 0 for r in g.rows):
+        ax_err.set_yscale("log")  # exact results (error 0) alone stay on a linear axis
+    if powers_of_two and ns_values[-1] > 64:
+        ax_err.set_xscale("log", base=2)
+    for ax in (ax_ns, ax_ratio, ax_err):
+        ax.grid(True, which="major", alpha=0.3)
+        ax.legend(fontsize="small")
+    fig.suptitle(g.title)
+    fig.tight_layout()
+    fig.savefig(path, dpi=90)
+    plt.close(fig)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--command", default="", help="command line quoted in report.md")
+    parser.add_argument("results")
+    parser.add_argument("out_dir")
+    args = parser.parse_args()
+
+    groups = read_groups(args.results)
+    if not groups:
+        raise SystemExit(f"{args.results}: no results")
+    os.makedirs(args.out_dir, exist_ok=True)
+    for g in groups:
+        draw_chart(g, os.path.join(args.out_dir, g.chart))
+
+    note = (
+        "Ratio: qvngen's time over the reference's, median ns per call; below 1 qvngen is "
+        "faster. Error ratio: qvngen's relative RMS error over the reference's, both against "
+        "an exact long-double evaluation."
+    )
+    table = summary_rows(groups)
+    with open(os.path.join(args.out_dir, "summary.md"), "w") as f:
+        f.write("\n".join(["# qvngen-bench summary", "", note, "", *table, ""]))
+    report = ["# qvngen-bench report", ""]
+    if args.command:
+        report += [f"`{args.command}`", ""]
+    report += [note, "", *table, ""]
+    for g in groups:
+        report += [f"## {g.title}", "", f"![{g.title}]({g.chart})", ""]
+    with open(os.path.join(args.out_dir, "report.md"), "w") as f:
+        f.write("\n".join(report))
+
+
+if __name__ == "__main__":
+    main()
