@@ -5,8 +5,6 @@
 // REDFT11 computes y[k] = 2 * sum_n x[n] cos(pi/N (n + 1/2)(k + 1/2)), twice
 // our transform. Its output is halved (exactly, a power of two) before it is
 // compared, so both error figures are relative to the same exact values.
-#include <fftw3.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -18,6 +16,7 @@
 #include <vector>
 
 #include "bench.h"
+#include "fftw_api.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
@@ -26,46 +25,28 @@ namespace {
 
 constexpr int kMaxOrder = 13;  // N = 2 .. 8192
 
-// The double and single precision interfaces, ours and FFTW's, behind one name.
+// Our double and single precision DCT-IV entries behind one name.
 template <class Real>
 struct Api;
 
 template <>
 struct Api<double> {
-    using Plan = fftw_plan;
     static constexpr const char* kEntryName = "qvngDCT4_64f";
     static Status InitAlloc(DCT4Spec** spec, int n) { return qvngDCT4InitAlloc_64f(spec, n); }
     static Status Free(DCT4Spec* spec) { return qvngDCT4Free_64f(spec); }
     static Status Transform(const double* src, double* dst, DCT4Spec* spec) {
         return qvngDCT4_64f(src, dst, spec);
     }
-    static double* AllocRef(int n) { return fftw_alloc_real(n); }
-    static void FreeRef(double* p) { fftw_free(p); }
-    static Plan Make(int n, double* in, double* out) {
-        return fftw_plan_r2r_1d(n, in, out, FFTW_REDFT11, FFTW_PATIENT);
-    }
-    static void Execute(Plan p) { fftw_execute(p); }
-    static void Destroy(Plan p) { fftw_destroy_plan(p); }
-    static void ForgetWisdom() { fftw_forget_wisdom(); }
 };
 
 template <>
 struct Api<float> {
-    using Plan = fftwf_plan;
     static constexpr const char* kEntryName = "qvngDCT4_32f";
     static Status InitAlloc(DCT4Spec** spec, int n) { return qvngDCT4InitAlloc_32f(spec, n); }
     static Status Free(DCT4Spec* spec) { return qvngDCT4Free_32f(spec); }
     static Status Transform(const float* src, float* dst, DCT4Spec* spec) {
         return qvngDCT4_32f(src, dst, spec);
     }
-    static float* AllocRef(int n) { return fftwf_alloc_real(n); }
-    static void FreeRef(float* p) { fftwf_free(p); }
-    static Plan Make(int n, float* in, float* out) {
-        return fftwf_plan_r2r_1d(n, in, out, FFTW_REDFT11, FFTW_PATIENT);
-    }
-    static void Execute(Plan p) { fftwf_execute(p); }
-    static void Destroy(Plan p) { fftwf_destroy_plan(p); }
-    static void ForgetWisdom() { fftwf_forget_wisdom(); }
 };
 
 // O(N^2) type-IV DCT in long double:
@@ -113,6 +94,7 @@ int TrialsFor(int n, const Options& opt) {
 template <class Real>
 class Dct4Case final : public Case {
     using A = Api<Real>;
+    using F = Fftw<Real>;
 
 public:
     Dct4Case(int len, const Options& opt, std::uint64_t seed)
@@ -124,8 +106,8 @@ public:
                                      std::to_string(static_cast<int>(st)));
         src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
         dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
-        in_ = A::AllocRef(n);
-        out_ = A::AllocRef(n);
+        in_ = F::AllocReal(n);
+        out_ = F::AllocReal(n);
         if (!src_ || !dst_ || !in_ || !out_) throw std::bad_alloc();
 
         Random rng(seed);
@@ -136,32 +118,13 @@ public:
         for (int t = 0; t < trials_; ++t)
             exact.Apply(&input_[static_cast<size_t>(n) * t], &want_[static_cast<size_t>(n) * t]);
 
-        // As for the other families: plan afresh a few times without the
-        // previous wisdom and keep the plan that runs fastest, since a single
-        // patient plan on a busy machine can be far from FFTW's best.
-        double best = 0;
-        for (int p = 0; p < opt.refPlans; ++p) {
-            A::ForgetWisdom();
-            typename A::Plan cand = A::Make(n, in_, out_);
-            if (!cand) throw std::runtime_error("FFTW could not plan a REDFT11 transform");
-            Load(0);  // planning overwrote the arrays
-            double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
-                for (long i = 0; i < calls; ++i) A::Execute(cand);
-            });
-            if (!plan_ || t < best) {
-                if (plan_) A::Destroy(plan_);
-                plan_ = cand;
-                best = t;
-            } else {
-                A::Destroy(cand);
-            }
-        }
+        plan_ = FastestPlan<F>(opt.refPlans, [&] { return F::R2r(n, in_, out_, FFTW_REDFT11); }, [&] { Load(0); });
     }
 
     ~Dct4Case() override {
-        if (plan_) A::Destroy(plan_);
-        if (in_) A::FreeRef(in_);
-        if (out_) A::FreeRef(out_);
+        if (plan_) F::Destroy(plan_);
+        if (in_) F::Free(in_);
+        if (out_) F::Free(out_);
         qvnFree(src_);
         qvnFree(dst_);
         if (spec_) A::Free(spec_);
@@ -175,7 +138,7 @@ public:
     }
 
     void RunRef(long calls) override {
-        for (long i = 0; i < calls; ++i) A::Execute(plan_);
+        for (long i = 0; i < calls; ++i) F::Execute(plan_);
         Consume(out_[n - 1]);
     }
 
@@ -194,7 +157,7 @@ public:
 
     double ErrRef() override {
         return ErrorOverTrials(
-            trials_, [&](int t) { Load(t); }, [&] { A::Execute(plan_); return true; },
+            trials_, [&](int t) { Load(t); }, [&] { F::Execute(plan_); return true; },
             [&](int t, ErrorAccumulator& acc) { Compare(out_, 0.5L, t, acc); });
     }
 
@@ -218,7 +181,7 @@ private:
     Real* dst_ = nullptr;
     Real* in_ = nullptr;
     Real* out_ = nullptr;
-    typename A::Plan plan_ = nullptr;
+    typename F::Plan plan_ = nullptr;
     std::vector<Real> input_;
     std::vector<long double> want_;
 };

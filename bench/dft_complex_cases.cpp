@@ -1,7 +1,5 @@
 // Complex DFT family: qvngDFT{Fwd,Inv}_CToC_<N>_{32fc,64fc} against FFTW's
 // one-dimensional complex plans of the same length and sign.
-#include <fftw3.h>
-
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -10,43 +8,12 @@
 #include <stdexcept>
 
 #include "bench.h"
+#include "fftw_api.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
 namespace qvnbench {
 namespace {
-
-// The double and single precision FFTW interfaces behind one name.
-template <class Real>
-struct Fftw;
-
-template <>
-struct Fftw<double> {
-    using Cpx = fftw_complex;
-    using Plan = fftw_plan;
-    static Cpx* Alloc(int n) { return fftw_alloc_complex(n); }
-    static void Free(Cpx* p) { fftw_free(p); }
-    static Plan Make(int n, Cpx* in, Cpx* out, int sign) {
-        return fftw_plan_dft_1d(n, in, out, sign, FFTW_PATIENT);
-    }
-    static void Execute(Plan p) { fftw_execute(p); }
-    static void Destroy(Plan p) { fftw_destroy_plan(p); }
-    static void ForgetWisdom() { fftw_forget_wisdom(); }
-};
-
-template <>
-struct Fftw<float> {
-    using Cpx = fftwf_complex;
-    using Plan = fftwf_plan;
-    static Cpx* Alloc(int n) { return fftwf_alloc_complex(n); }
-    static void Free(Cpx* p) { fftwf_free(p); }
-    static Plan Make(int n, Cpx* in, Cpx* out, int sign) {
-        return fftwf_plan_dft_1d(n, in, out, sign, FFTW_PATIENT);
-    }
-    static void Execute(Plan p) { fftwf_execute(p); }
-    static void Destroy(Plan p) { fftwf_destroy_plan(p); }
-    static void ForgetWisdom() { fftwf_forget_wisdom(); }
-};
 
 template <class Elem>
 using Entry = Status(QVN_API*)(const Elem*, Elem*, ScaleFlag);
@@ -105,8 +72,8 @@ public:
         const int bytes = static_cast<int>(n * sizeof(Elem));
         src_ = static_cast<Elem*>(qvnMalloc(bytes));
         dst_ = static_cast<Elem*>(qvnMalloc(bytes));
-        in_ = F::Alloc(n);
-        out_ = F::Alloc(n);
+        in_ = F::AllocCpx(n);
+        out_ = F::AllocCpx(n);
         if (!src_ || !dst_ || !in_ || !out_) throw std::bad_alloc();
         Random rng(seed);
         input_.resize(static_cast<size_t>(trials_) * 2 * n);
@@ -115,28 +82,9 @@ public:
         for (int t = 0; t < trials_; ++t)
             ReferenceDft(&input_[2 * n * t], n, inverse ? +1 : -1, &want_[2 * n * t]);
 
-        // FFTW's patient planner chooses between algorithms by timing them,
-        // so on a busy machine it can settle on a slow plan, and two runs can
-        // differ by a factor of two. Planning afresh a few times (without the
-        // wisdom of the previous try) and keeping the plan that runs fastest
-        // makes the reference stable, and as strong as FFTW gets.
-        double best = 0;
-        for (int p = 0; p < opt.refPlans; ++p) {
-            F::ForgetWisdom();
-            typename F::Plan cand = F::Make(n, in_, out_, inverse ? FFTW_BACKWARD : FFTW_FORWARD);
-            if (!cand) throw std::runtime_error("FFTW could not plan a transform");
-            Load(0);  // planning overwrote the arrays
-            double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
-                for (long i = 0; i < calls; ++i) F::Execute(cand);
-            });
-            if (!plan_ || t < best) {
-                if (plan_) F::Destroy(plan_);
-                plan_ = cand;
-                best = t;
-            } else {
-                F::Destroy(cand);
-            }
-        }
+        plan_ = FastestPlan<F>(
+            opt.refPlans, [&] { return F::Dft(n, in_, out_, inverse ? FFTW_BACKWARD : FFTW_FORWARD); },
+            [&] { Load(0); });
     }
 
     ~ComplexDftCase() override {

@@ -14,8 +14,6 @@
 // before every call of a destroying plan. Each inverse case makes both and
 // keeps whichever runs faster, the copy counted in the time; the table and
 // the csv name the one kept.
-#include <fftw3.h>
-
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -25,51 +23,12 @@
 #include <vector>
 
 #include "bench.h"
+#include "fftw_api.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
 namespace qvnbench {
 namespace {
-
-// The double and single precision FFTW interfaces behind one name.
-template <class Real>
-struct Fftw;
-
-template <>
-struct Fftw<double> {
-    using Cpx = fftw_complex;
-    using Plan = fftw_plan;
-    static double* AllocReal(int n) { return fftw_alloc_real(n); }
-    static Cpx* AllocCpx(int n) { return fftw_alloc_complex(n); }
-    static void Free(void* p) { fftw_free(p); }
-    static Plan MakeR2c(int n, double* in, Cpx* out) {
-        return fftw_plan_dft_r2c_1d(n, in, out, FFTW_PATIENT);
-    }
-    static Plan MakeC2r(int n, Cpx* in, double* out, unsigned inputFlag) {
-        return fftw_plan_dft_c2r_1d(n, in, out, FFTW_PATIENT | inputFlag);
-    }
-    static void Execute(Plan p) { fftw_execute(p); }
-    static void Destroy(Plan p) { fftw_destroy_plan(p); }
-    static void ForgetWisdom() { fftw_forget_wisdom(); }
-};
-
-template <>
-struct Fftw<float> {
-    using Cpx = fftwf_complex;
-    using Plan = fftwf_plan;
-    static float* AllocReal(int n) { return fftwf_alloc_real(n); }
-    static Cpx* AllocCpx(int n) { return fftwf_alloc_complex(n); }
-    static void Free(void* p) { fftwf_free(p); }
-    static Plan MakeR2c(int n, float* in, Cpx* out) {
-        return fftwf_plan_dft_r2c_1d(n, in, out, FFTW_PATIENT);
-    }
-    static Plan MakeC2r(int n, Cpx* in, float* out, unsigned inputFlag) {
-        return fftwf_plan_dft_c2r_1d(n, in, out, FFTW_PATIENT | inputFlag);
-    }
-    static void Execute(Plan p) { fftwf_execute(p); }
-    static void Destroy(Plan p) { fftwf_destroy_plan(p); }
-    static void ForgetWisdom() { fftwf_forget_wisdom(); }
-};
 
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
@@ -125,36 +84,6 @@ void ExactRealInverse(const ExactTwiddles& w, const Real* X, int n, long double*
         if (n % 2 == 0) sum += (j % 2 ? -1.0L : 1.0L) * X[n];
         y[j] = sum;
     }
-}
-
-// FFTW's patient planner chooses between algorithms by timing them, so on a
-// busy machine a single plan can be far from its best. As in the other
-// families: plan `tries` times afresh, without the wisdom of the previous
-// try, and keep the plan under which `call(plan)` runs fastest. Planning
-// overwrites the arrays, so `reload` puts the input back before any timing.
-// Null when FFTW could not make the plan at all.
-template <class F, class Make, class Reload, class Call>
-typename F::Plan FastestPlan(int tries, Make make, Reload reload, Call call) {
-    typename F::Plan kept = nullptr;
-    double best = 0;
-    for (int p = 0; p < tries; ++p) {
-        F::ForgetWisdom();
-        typename F::Plan cand = make();
-        reload();
-        if (!cand) continue;
-        const double t = tries == 1 ? 0 : QuickNsPerCall([&](long calls) {
-            for (long i = 0; i < calls; ++i) call(cand);
-        });
-        if (!kept || t < best) {
-            if (kept) F::Destroy(kept);
-            kept = cand;
-            best = t;
-        } else {
-            F::Destroy(cand);
-        }
-    }
-    reload();
-    return kept;
 }
 
 // Arrays and input values common to both directions: our source and
@@ -229,7 +158,7 @@ public:
             ExactRealDft(w, &input_[static_cast<size_t>(n) * t], n, &want_[2 * bins_ * t]);
 
         plan_ = FastestPlan<F>(
-            opt.refPlans, [&] { return F::MakeR2c(n, in_, out_); }, [&] { Load(0); },
+            opt.refPlans, [&] { return F::R2c(n, in_, out_); }, [&] { Load(0); },
             [](typename F::Plan p) { F::Execute(p); });
         if (!plan_) throw std::runtime_error("FFTW could not plan an r2c transform");
     }
@@ -318,10 +247,10 @@ public:
         const auto execute = [](Plan p) { F::Execute(p); };
         const auto copyThenExecute = [this](Plan p) { RestoreInput(); F::Execute(p); };
         Plan preserving = FastestPlan<F>(
-            opt.refPlans, [&] { return F::MakeC2r(n, in_, out_, FFTW_PRESERVE_INPUT); }, reload,
+            opt.refPlans, [&] { return F::C2r(n, in_, out_, FFTW_PRESERVE_INPUT); }, reload,
             execute);
         Plan destroying = FastestPlan<F>(
-            opt.refPlans, [&] { return F::MakeC2r(n, in_, out_, FFTW_DESTROY_INPUT); }, reload,
+            opt.refPlans, [&] { return F::C2r(n, in_, out_, FFTW_DESTROY_INPUT); }, reload,
             copyThenExecute);
         if (!preserving && !destroying) throw std::runtime_error("FFTW could not plan a c2r transform");
 

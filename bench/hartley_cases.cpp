@@ -3,8 +3,6 @@
 // FFTW_DHT. Both compute H[k] = sum_n x[n] cas(2 pi k n / N) with
 // cas = cos + sin and no scale factor, so the outputs are compared as they
 // are. The transform has one direction; the cases are filed under "fwd".
-#include <fftw3.h>
-
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -13,41 +11,12 @@
 #include <vector>
 
 #include "bench.h"
+#include "fftw_api.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
 namespace qvnbench {
 namespace {
-
-// The double and single precision FFTW interfaces behind one name.
-template <class Real>
-struct Fftw;
-
-template <>
-struct Fftw<double> {
-    using Plan = fftw_plan;
-    static double* Alloc(int n) { return fftw_alloc_real(n); }
-    static void Free(double* p) { fftw_free(p); }
-    static Plan Make(int n, double* in, double* out) {
-        return fftw_plan_r2r_1d(n, in, out, FFTW_DHT, FFTW_PATIENT);
-    }
-    static void Execute(Plan p) { fftw_execute(p); }
-    static void Destroy(Plan p) { fftw_destroy_plan(p); }
-    static void ForgetWisdom() { fftw_forget_wisdom(); }
-};
-
-template <>
-struct Fftw<float> {
-    using Plan = fftwf_plan;
-    static float* Alloc(int n) { return fftwf_alloc_real(n); }
-    static void Free(float* p) { fftwf_free(p); }
-    static Plan Make(int n, float* in, float* out) {
-        return fftwf_plan_r2r_1d(n, in, out, FFTW_DHT, FFTW_PATIENT);
-    }
-    static void Execute(Plan p) { fftwf_execute(p); }
-    static void Destroy(Plan p) { fftwf_destroy_plan(p); }
-    static void ForgetWisdom() { fftwf_forget_wisdom(); }
-};
 
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
@@ -91,8 +60,8 @@ public:
           trials_(opt.errTrials > 0 ? opt.errTrials : 1) {
         src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
         dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
-        in_ = F::Alloc(n);
-        out_ = F::Alloc(n);
+        in_ = F::AllocReal(n);
+        out_ = F::AllocReal(n);
         if (!src_ || !dst_ || !in_ || !out_) throw std::bad_alloc();
 
         Random rng(seed);
@@ -103,25 +72,7 @@ public:
         for (int t = 0; t < trials_; ++t)
             ExactHartley(w, &input_[static_cast<size_t>(n) * t], n, &want_[static_cast<size_t>(n) * t]);
 
-        // As for the other families: plan afresh a few times without the
-        // previous wisdom and keep the plan that runs fastest.
-        double best = 0;
-        for (int p = 0; p < opt.refPlans; ++p) {
-            F::ForgetWisdom();
-            typename F::Plan cand = F::Make(n, in_, out_);
-            if (!cand) throw std::runtime_error("FFTW could not plan a DHT transform");
-            Load(0);  // planning overwrote the arrays
-            const double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
-                for (long i = 0; i < calls; ++i) F::Execute(cand);
-            });
-            if (!plan_ || t < best) {
-                if (plan_) F::Destroy(plan_);
-                plan_ = cand;
-                best = t;
-            } else {
-                F::Destroy(cand);
-            }
-        }
+        plan_ = FastestPlan<F>(opt.refPlans, [&] { return F::R2r(n, in_, out_, FFTW_DHT); }, [&] { Load(0); });
     }
 
     ~HartleyCase() override {

@@ -6,8 +6,6 @@
 // radix-2 loop of wht_loop.cpp, built at -O3. Each reference is its own
 // registry entry (both answer to --family wht), so each gets its own table;
 // the reference column of the table holds the reference of its title.
-#include <fftw3.h>
-
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -16,23 +14,12 @@
 #include <vector>
 
 #include "bench.h"
+#include "fftw_api.h"
 #include "qvncore.h"
 #include "qvngen.h"
 
 namespace qvnbench {
 namespace {
-
-// The double and single precision FFTW calls under one set of names.
-fftw_plan PlanR2r(int rank, const int* dims, double* in, double* out, const fftw_r2r_kind* kinds) {
-    return fftw_plan_r2r(rank, dims, in, out, kinds, FFTW_PATIENT);
-}
-fftwf_plan PlanR2r(int rank, const int* dims, float* in, float* out, const fftw_r2r_kind* kinds) {
-    return fftwf_plan_r2r(rank, dims, in, out, kinds, FFTW_PATIENT);
-}
-void Execute(fftw_plan p) { fftw_execute(p); }
-void Execute(fftwf_plan p) { fftwf_execute(p); }
-void Destroy(fftw_plan p) { fftw_destroy_plan(p); }
-void Destroy(fftwf_plan p) { fftwf_destroy_plan(p); }
 
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag, uint8_t*);
@@ -46,7 +33,7 @@ const Entry<double> kEntries64[] = {QVNG_FOR_EACH_WHT_ORDER(QVNB_WHT64)};
 
 template <class Real>
 class WhtCase final : public Case {
-    using Plan = decltype(PlanR2r(0, nullptr, static_cast<Real*>(nullptr), nullptr, nullptr));
+    using F = Fftw<Real>;
 
 public:
     WhtCase(int order, bool viaFftw, const Options& opt)
@@ -85,28 +72,14 @@ public:
         if (viaFftw_) {
             const std::vector<int> dims(order, 2);
             const std::vector<fftw_r2r_kind> kinds(order, FFTW_R2HC);
-            double best = 0;
-            for (int p = 0; p < opt.refPlans; ++p) {
-                if constexpr (sizeof(Real) == 4) fftwf_forget_wisdom();
-                else fftw_forget_wisdom();
-                Plan cand = PlanR2r(order, dims.data(), in_, out_, kinds.data());
-                if (!cand) throw std::runtime_error("FFTW could not plan a transform");
-                double t = opt.refPlans == 1 ? 0 : QuickNsPerCall([cand](long calls) {
-                    for (long i = 0; i < calls; ++i) Execute(cand);
-                });
-                if (!plan_ || t < best) {
-                    if (plan_) Destroy(plan_);
-                    plan_ = cand, best = t;
-                } else {
-                    Destroy(cand);
-                }
-            }
+            plan_ = FastestPlan<F>(
+                opt.refPlans, [&] { return F::R2r(order, dims.data(), in_, out_, kinds.data()); }, [] {});
         }
         Load(0);  // planning overwrote the arrays
     }
 
     ~WhtCase() override {
-        if (plan_) Destroy(plan_);
+        if (plan_) F::Destroy(plan_);
         for (void* p : {static_cast<void*>(src_), static_cast<void*>(dst_), static_cast<void*>(buffer_),
                         static_cast<void*>(in_), static_cast<void*>(out_)})
             qvnFree(p);
@@ -121,7 +94,7 @@ public:
 
     void RunRef(long calls) override {
         if (viaFftw_) {
-            for (long i = 0; i < calls; ++i) Execute(plan_);
+            for (long i = 0; i < calls; ++i) F::Execute(plan_);
         } else {
             for (long i = 0; i < calls; ++i) WhtLoop(in_, out_, order_);
         }
@@ -167,7 +140,7 @@ private:
     uint8_t* buffer_ = nullptr;
     Real* in_ = nullptr;
     Real* out_ = nullptr;
-    Plan plan_ = nullptr;
+    typename F::Plan plan_ = nullptr;
     std::vector<Real> input_;
     std::vector<long double> want_;
 };
