@@ -24,11 +24,14 @@
 #include "guarded_buffer.h"
 #include "qvngen.h"
 #include "reference.h"
+#include "same_bits.h"
 
 namespace {
 
 using qvntest::GuardedBuffer;
 using qvntest::RefComplex;
+using qvntest::Bits;
+using qvntest::Hex;
 
 struct Entry {
     const char* name;
@@ -79,21 +82,6 @@ Real ExpectedScale(int n, bool inverse, int32_t flag) {
         case kScaleBySqrtN: return static_cast<Real>(1.0 / std::sqrt(static_cast<double>(n)));
         default: return Real(1);
     }
-}
-
-template <class Real>
-auto Bits(Real v) {
-    if constexpr (sizeof(Real) == 4) {
-        return std::bit_cast<uint32_t>(v);
-    } else {
-        return std::bit_cast<uint64_t>(v);
-    }
-}
-
-std::string Hex(double v) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%a", v);
-    return text;
 }
 
 template <class Elem>

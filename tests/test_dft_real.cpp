@@ -30,11 +30,15 @@
 #include "guarded_buffer.h"
 #include "qvngen.h"
 #include "reference.h"
+#include "same_bits.h"
 
 namespace {
 
 using qvn::Layout;
 using qvntest::GuardedBuffer;
+using qvntest::Bits;
+using qvntest::Hex;
+using qvntest::SameBits;
 
 enum class Kind { kForward, kInverse, kHartley };
 constexpr Layout kLayouts[] = {Layout::kCCS, Layout::kPack, Layout::kPerm};
@@ -107,32 +111,6 @@ void ForEachLength(Check check) {
         check(n, float{});
         check(n, double{});
     }
-}
-
-template <class Real>
-auto Bits(Real v) {
-    if constexpr (sizeof(Real) == 4) {
-        return std::bit_cast<uint32_t>(v);
-    } else {
-        return std::bit_cast<uint64_t>(v);
-    }
-}
-
-std::string Hex(double v) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%a", v);
-    return text;
-}
-
-template <class Real>
-testing::AssertionResult SameBits(const Real* got, const Real* want, int n) {
-    for (int i = 0; i < n; ++i) {
-        if (Bits(got[i]) != Bits(want[i])) {
-            return testing::AssertionFailure() << "first difference at [" << i << "]: got " << Hex(got[i])
-                                               << ", expected " << Hex(want[i]);
-        }
-    }
-    return testing::AssertionSuccess();
 }
 
 template <class Real>

@@ -31,6 +31,7 @@
 #include "real_dag.h"
 #include "real_transforms.h"
 #include "recipe.h"
+#include "same_bits.h"
 
 namespace {
 
@@ -39,6 +40,8 @@ using gen::RealNode;
 using gen::RealOp;
 using gen::RealValue;
 using qvn::Layout;
+using qvntest::Bits;
+using qvntest::Hex;
 
 // The scalar meaning of a real DAG in precision T.
 template <class T>
@@ -123,18 +126,6 @@ T ScaleOf(const std::function<Status(const T*, T*, int32_t)>& call, int in_count
     x[0] = T(1);  // x[0] in the time domain, Re 0 in every layout
     EXPECT_EQ(call(x.data(), y.data(), flag), kStatusOk);
     return y[0];
-}
-
-template <class T>
-auto Bits(T v) {
-    return std::bit_cast<std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>(v);
-}
-
-template <class T>
-std::string Hex(T v) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%a", static_cast<double>(v));
-    return text;
 }
 
 // Random values, and values among which zeros of both signs abound.

@@ -23,12 +23,14 @@
 #include "guarded_buffer.h"
 #include "qvncore.h"
 #include "qvngen.h"
+#include "same_bits.h"
 
 namespace {
 
 // The library's own qvnMalloc/qvnFree calls, counted (allocation_watch.cpp).
 using qvntest::g_alloc;
 using qvntest::GuardedBuffer;
+using qvntest::SameBits;
 using Guard = GuardedBuffer::Guard;
 
 template <class Real>
@@ -84,18 +86,6 @@ template <class Real>
 std::vector<std::size_t> Offsets() {
     if constexpr (sizeof(Real) == 4) return {0, 4, 8};
     else return {0, 8};
-}
-
-template <class Real>
-testing::AssertionResult SameBits(const Real* got, const Real* want, int n) {
-    for (int i = 0; i < n; ++i) {
-        if (std::memcmp(&got[i], &want[i], sizeof(Real)) != 0) {
-            char text[80];
-            std::snprintf(text, sizeof text, "got %a, expected %a", double(got[i]), double(want[i]));
-            return testing::AssertionFailure() << "first difference at [" << i << "]: " << text;
-        }
-    }
-    return testing::AssertionSuccess();
 }
 
 // n elements `offset` bytes into a 64-byte aligned block; every other byte of
