@@ -1,7 +1,8 @@
 // Entry template of the fixed-length real DFT and Hartley exports.
 //
-// These transforms have one scalar body that works at any element-aligned
-// address, so there is no alignment choice. A generated kernel file describes
+// These transforms have one body (scalar, or packed SSE2 with unaligned
+// accesses) that works at any element-aligned address, so there is no
+// alignment choice. A generated kernel file describes
 // each transform as a RealKernel (direction, scale constants, body) and
 // exports it with QVN_DEFINE_REAL_ENTRY. Checks, in the order callers rely
 // on: null source, null destination, flag.
