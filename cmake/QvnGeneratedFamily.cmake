@@ -1,8 +1,8 @@
 # qvn_generated_family(<target> FAMILY <generator family> DIR <output dir>
 #                      SOURCES <generated files...> [EXTRA <hand-written files...>])
 #
-# Runs qvngen-gen for one transform family into DIR and compiles what it
-# writes, one translation unit per length (or order) and precision, as an
+# Runs qvngen-gen for one transform family and the tree's instruction set
+# (QVNGEN_ISA) into DIR and compiles what it writes, one translation unit per length (or order) and precision, as an
 # object library of kernel code. The generator rewrites a file only when its
 # text changes, so a generator edit recompiles only the kernels it touched.
 # Sets <target>_CENSUS in the caller's scope to the census file it writes.
@@ -11,7 +11,7 @@ function(qvn_generated_family target)
   add_custom_command(
     OUTPUT ${ARG_DIR}/generated.stamp
     BYPRODUCTS ${ARG_SOURCES} ${ARG_DIR}/census.txt
-    COMMAND qvngen-gen ${ARG_FAMILY} ${ARG_DIR}
+    COMMAND qvngen-gen --isa ${QVNGEN_ISA} ${ARG_FAMILY} ${ARG_DIR}
     COMMAND ${CMAKE_COMMAND} -E touch ${ARG_DIR}/generated.stamp
     DEPENDS qvngen-gen
     COMMENT "Generating ${ARG_FAMILY} kernels")

@@ -83,7 +83,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
 
 }  // namespace
 
-GeneratedFile ComplexDftFile(int n, bool single) {
+GeneratedFile ComplexDftFile(int n, bool single, Isa /*isa*/) {
     const ComplexDftRow& row = RowFor(n);
     return BuildFile(n, single, single ? row.single : row.dbl);
 }

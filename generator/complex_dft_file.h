@@ -5,6 +5,7 @@
 #include <string>
 
 #include "program.h"
+#include "target_isa.h"
 
 namespace gen {
 
@@ -14,7 +15,7 @@ struct GeneratedFile {
     std::string census;  // one line per kernel
 };
 
-GeneratedFile ComplexDftFile(int n, bool single);
+GeneratedFile ComplexDftFile(int n, bool single, Isa isa);
 
 // Initialiser text of a qvn::ScaleSet: 1, 1/N, 1/sqrt(N) of the element type.
 std::string ScaleSetText(int n, ElemType type);

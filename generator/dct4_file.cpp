@@ -461,7 +461,7 @@ std::string Prec(bool single) { return single ? "32f" : "64f"; }
 
 int Dct4FileCount() { return static_cast<int>(sizeof kKernels / sizeof kKernels[0]); }
 
-GeneratedFile Dct4File(int index, bool single) {
+GeneratedFile Dct4File(int index, bool single, Isa /*isa*/) {
     KernelId id = kKernels[index];
     // Single precision has at least 4 phases (one vector); its radix-2 slot
     // holds nothing.

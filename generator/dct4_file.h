@@ -7,6 +7,6 @@
 namespace gen {
 
 int Dct4FileCount();
-GeneratedFile Dct4File(int index, bool single);
+GeneratedFile Dct4File(int index, bool single, Isa isa);
 
 }  // namespace gen

@@ -1,5 +1,6 @@
 // qvngen-gen: writes the generated kernels of the library.
-//   qvngen-gen FAMILY OUTDIR   kernels and census of one family (see Usage)
+//   qvngen-gen [--isa TARGET] FAMILY OUTDIR   kernels and census of one family
+//                                              for one instruction set (see Usage)
 // Files are rewritten only when their text changes, so the build recompiles
 // just the kernels a generator change touched. Output is deterministic.
 #include <cstdio>
@@ -31,7 +32,7 @@ void WriteIfChanged(const std::filesystem::path& path, const std::string& text) 
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: qvngen-gen complex-dft|dft-real|hartley|wht|dct4 OUTDIR\n"
+                 "usage: qvngen-gen [--isa x86-64|x86-64-v3|x86-64-v4] complex-dft|dft-real|hartley|wht|dct4 OUTDIR\n"
                  "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n"
                  "       qvngen-gen explore-real N 32f|64f FORWARD INVERSE HARTLEY\n");
     return 2;
@@ -59,6 +60,17 @@ int main(int argc, char** argv) {
         }
         return 0;
     }
+    gen::Isa isa = gen::Isa::kX86_64;
+    if (argc == 5 && std::string(argv[1]) == "--isa") {
+        try {
+            isa = gen::ParseIsa(argv[2]);
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
+            return 2;
+        }
+        argv += 2;
+        argc -= 2;
+    }
     if (argc != 3) return Usage();
     const std::string family = argv[1];
     const std::filesystem::path dir = argv[2];
@@ -69,7 +81,7 @@ int main(int argc, char** argv) {
             const char* name;
             const char* title;
             int first, last;
-            gen::GeneratedFile (*file)(int, bool);
+            gen::GeneratedFile (*file)(int, bool, gen::Isa);
         };
         const Family families[] = {
             {"complex-dft", "complex DFT kernels", 2, 64, gen::ComplexDftFile},
@@ -85,7 +97,7 @@ int main(int argc, char** argv) {
         std::string census = std::string("# Operation census of the ") + chosen->title + " (written by qvngen-gen).\n";
         for (int single = 1; single >= 0; --single)
             for (int size = chosen->first; size <= chosen->last; ++size) {
-                gen::GeneratedFile f = chosen->file(size, single == 1);
+                gen::GeneratedFile f = chosen->file(size, single == 1, isa);
                 WriteIfChanged(dir / f.name, f.text);
                 census += f.census;
             }

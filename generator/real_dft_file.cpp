@@ -151,7 +151,7 @@ std::string Header(const std::string& family, const std::string& title, int n, b
 
 }  // namespace
 
-GeneratedFile RealDftFile(int n, bool single) {
+GeneratedFile RealDftFile(int n, bool single, Isa /*isa*/) {
     CheckLayouts(n);
     const RealDftRow& row = RealRowFor(n);
     const Recipe fwd_recipe = ParseFor(n, row.forward), inv_recipe = ParseFor(n, row.inverse);
@@ -197,7 +197,7 @@ GeneratedFile RealDftFile(int n, bool single) {
     return file;
 }
 
-GeneratedFile HartleyFile(int n, bool single) {
+GeneratedFile HartleyFile(int n, bool single, Isa /*isa*/) {
     const RealDftRow& row = RealRowFor(n);
     const Recipe recipe = ParseFor(n, row.hartley);
     Kernel k = HartleyKernel(n, single, recipe);

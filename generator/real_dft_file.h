@@ -9,8 +9,11 @@
 
 namespace gen {
 
-GeneratedFile RealDftFile(int n, bool single);
-GeneratedFile HartleyFile(int n, bool single);
+// The real kernels are the same text for every target: their two-lane
+// bodies gain nothing from wider vectors, and a v3/v4 build compiles them
+// with its own flags.
+GeneratedFile RealDftFile(int n, bool single, Isa isa);
+GeneratedFile HartleyFile(int n, bool single, Isa isa);
 
 // Census of the three real kernels of length n for other schemes than the
 // table's, for trying them out; nothing is checked against the budget.

@@ -288,7 +288,7 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
 
 }  // namespace
 
-GeneratedFile WhtFile(int order, bool single) {
+GeneratedFile WhtFile(int order, bool single, Isa /*isa*/) {
     const Prec p = PrecOf(single);
     const int n = 1 << order;
     const std::string prec = single ? "32f" : "64f";

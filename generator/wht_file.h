@@ -5,6 +5,6 @@
 
 namespace gen {
 
-GeneratedFile WhtFile(int order, bool single);
+GeneratedFile WhtFile(int order, bool single, Isa isa);
 
 }  // namespace gen

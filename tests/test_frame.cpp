@@ -19,7 +19,8 @@ TEST(LibraryVersion, ReportsThisBuild) {
     EXPECT_EQ(v->minor, 0);
     EXPECT_EQ(v->majorBuild, 205);
     EXPECT_EQ(v->build, 570);
-    EXPECT_EQ(std::memcmp(v->targetCpu, "z3\0\0", 4), 0);
+    // The build's instruction-set code: "z3" (SSE2), "a2" (v3) or "a5" (v4).
+    EXPECT_EQ(std::memcmp(v->targetCpu, QVN_TARGET_CPU_CODE "\0", 4), 0);
     ASSERT_NE(v->name, nullptr);
     ASSERT_NE(v->version, nullptr);
     ASSERT_NE(v->buildDate, nullptr);
