@@ -5,8 +5,23 @@
 #   lib/cmake/qvngen/    package config: find_package(qvngen 7.0 CONFIG) gives
 #                        qvngen::qvngen and qvngen::qvncore
 #   lib/pkgconfig/       qvngen.pc and qvncore.pc
+#   lib/glibc-hwcaps/<isa>/
+#                        libqvngenz3.so.7.0 and its SONAME link, built for
+#                        each entry of QVNGEN_VARIANTS; the loader prefers it
+#                        on a processor that has <isa>. Everything else (the
+#                        development link, the CMake and pkg-config files)
+#                        names lib/ only: programs link the baseline library
+#                        and the loader picks the build when they start.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+
+if(NOT QVNGEN_ISA STREQUAL "x86-64")
+  # A variant tree installs its library alone; headers, libqvncore and the
+  # package files come from the baseline tree.
+  install(TARGETS qvngenz3
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/glibc-hwcaps/${QVNGEN_ISA} NAMELINK_SKIP)
+  return()
+endif()
 
 set(QVN_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qvngen)
 
@@ -41,3 +56,9 @@ install(CODE "
   set(QVN_PC_INCLUDEDIR [[${CMAKE_INSTALL_INCLUDEDIR}]])
   set(QVN_PC_TEMPLATE_DIR [[${CMAKE_CURRENT_LIST_DIR}/install]])")
 install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/install/write_pkgconfig.cmake)
+
+# The variant libraries this tree built, each by its own sub-build's install
+# rules (the ones above), run as part of this install and of cpack's.
+foreach(isa IN LISTS QVNGEN_BUILT_VARIANTS)
+  install(CODE "include([[${CMAKE_BINARY_DIR}/variants/${isa}/cmake_install.cmake]])")
+endforeach()
