@@ -24,6 +24,7 @@ struct Options {
     int refPlans = 3;           // reference plans made per case; the fastest is kept
     bool csv = false;
     std::string reportDir;      // --report: where the report is written; empty for none
+    std::string libraries = "all";  // --lib: the qvngen builds timed (libraries.h)
 
     bool Wants(int n, int prec, const std::string& dir) const;
 };
@@ -38,7 +39,8 @@ public:
         : family(std::move(fam)), precision(prec), direction(std::move(dir)), n(len) {}
     virtual ~Case() = default;
 
-    // `calls` back-to-back transforms of the timing input.
+    // `calls` back-to-back transforms of the timing input. "Ours" is the
+    // qvngen library selected with SelectLibrary (libraries.h).
     virtual void RunOurs(long calls) = 0;
     virtual void RunRef(long calls) = 0;
     // Relative RMS error against an exact (long double) evaluation; NaN when

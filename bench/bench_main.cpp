@@ -6,6 +6,9 @@
 // figure reported is the median over all batches, in ns per call. After the
 // tables and their summaries comes the time of every 32-bit entry over its
 // 64-bit twin, length by length, for the families run in both precisions.
+// With several qvngen libraries (--lib: the baseline and its wider-vector
+// variants), each is timed in the same interleaved batches and gets its own
+// columns, each named by the library's processor-target code.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -19,6 +22,7 @@
 #include <vector>
 
 #include "bench.h"
+#include "libraries.h"
 #include "report.h"
 
 namespace qvnbench {
@@ -94,6 +98,11 @@ const char kUsage[] =
     "  --batch-us T      target length of one batch in microseconds (default 40)\n"
     "  --err-trials K    random input vectors behind the error figure (default 8)\n"
     "  --fftw-plans K    FFTW plans made per case, the fastest kept (default 3)\n"
+    "  --lib LIST        qvngen libraries to time side by side, named in the output\n"
+    "                    by their processor-target code: base (the linked one),\n"
+    "                    x86-64-v3 or x86-64-v4 (the variants this build made),\n"
+    "                    a path to a libqvngenz3.so.7, or all (default: base and\n"
+    "                    every variant this processor runs)\n"
     "  --quick           7 batches of 20 us, one FFTW plan per case: for trying\n"
     "                    things out, not for numbers\n"
     "  --csv             machine-readable rows instead of tables\n"
@@ -148,6 +157,7 @@ Options Parse(int argc, char** argv) {
         else if (a == "--quick") o.batches = 7, o.batchMicros = 20, o.refPlans = 1;
         else if (a == "--csv") o.csv = true;
         else if (a == "--report") o.reportDir = value();
+        else if (a == "--lib") o.libraries = value();
         else Usage(2);
     }
     const bool badDirection = !o.direction.empty() && o.direction != "fwd" && o.direction != "inv";
@@ -196,35 +206,52 @@ void SpinUp(double ms) {
     Consume(x);
 }
 
+// One case: the reference and every library (index k, as in libraries.h).
 struct Result {
     const Family* fam;
     int precision;
     std::string direction;
     int n;
-    double nsOurs, nsRef, errOurs, errRef;
+    std::vector<double> nsOurs, errOurs;
+    double nsRef, errRef;
     std::string refForm;  // which form of the reference was timed, if it varies
-    double Ratio() const { return nsOurs / nsRef; }
-    double ErrRatio() const {
-        if (errRef > 0) return errOurs / errRef;
-        return errOurs == 0 ? 1.0 : INFINITY;
+    double Ratio(int k) const { return nsOurs[k] / nsRef; }
+    double ErrRatio(int k) const {
+        if (errRef > 0) return errOurs[k] / errRef;
+        return errOurs[k] == 0 ? 1.0 : INFINITY;
     }
 };
 
+// Batches of every library and of the reference take turns, so a slow
+// stretch of the machine touches all of them alike.
 Result Measure(const Family& fam, Case& c, const Options& o) {
-    Result r{&fam, c.precision, c.direction, c.n, 0, 0, c.ErrOurs(), c.ErrRef(), c.RefForm()};
+    const int libs = LibraryCount();
+    Result r{&fam, c.precision, c.direction, c.n, std::vector<double>(libs), std::vector<double>(libs), 0,
+             c.ErrRef(), c.RefForm()};
     const Runner runOurs = [&c](long calls) { c.RunOurs(calls); };
     const Runner runRef = [&c](long calls) { c.RunRef(calls); };
     const double target = o.batchMicros * 1000.0;
-    const long callsOurs = CallsPerBatch(runOurs, target);
-    const long callsRef = CallsPerBatch(runRef, target);
-    for (int w = 0; w < 3; ++w) NsPerCall(runOurs, callsOurs), NsPerCall(runRef, callsRef);
-    std::vector<double> ours, ref;
-    for (int b = 0; b < o.batches; ++b) {
-        ours.push_back(NsPerCall(runOurs, callsOurs));
-        ref.push_back(NsPerCall(runRef, callsRef));
+    std::vector<long> callsOurs(libs);
+    for (int k = 0; k < libs; ++k) {
+        SelectLibrary(k);
+        r.errOurs[k] = c.ErrOurs();
+        callsOurs[k] = CallsPerBatch(runOurs, target);
     }
-    r.nsOurs = Median(ours);
+    const long callsRef = CallsPerBatch(runRef, target);
+    std::vector<std::vector<double>> ours(libs);
+    std::vector<double> ref;
+    for (int b = -3; b < o.batches; ++b) {  // three warm-up rounds first
+        for (int k = 0; k < libs; ++k) {
+            SelectLibrary(k);
+            const double ns = NsPerCall(runOurs, callsOurs[k]);
+            if (b >= 0) ours[k].push_back(ns);
+        }
+        const double ns = NsPerCall(runRef, callsRef);
+        if (b >= 0) ref.push_back(ns);
+    }
+    for (int k = 0; k < libs; ++k) r.nsOurs[k] = Median(ours[k]);
     r.nsRef = Median(ref);
+    SelectLibrary(0);
     return r;
 }
 
@@ -254,18 +281,29 @@ void PrintTable(const std::vector<Result>& rs, const Options& o) {
             std::printf("\n%s, %d-bit, %s  (ns per call, median of %d batches of ~%g us)\n",
                         r.fam->title, r.precision, DirectionWord(r.direction), o.batches,
                         o.batchMicros);
-            std::string err_ref = std::string("err ") + r.fam->reference;
-            std::printf("%4s %10s %10s %8s %12s %12s%s\n", "N", "qvngen", r.fam->reference, "ratio",
-                        "err qvngen", err_ref.c_str(), forms ? "  reference form" : "");
+            // ns of each library, ns of the reference, the ratio of each,
+            // the error of each, the reference's error.
+            std::printf("%4s", "N");
+            for (int k = 0; k < LibraryCount(); ++k) std::printf(" %10s", ("qvngen " + LibraryCode(k)).c_str());
+            std::printf(" %10s", r.fam->reference);
+            for (int k = 0; k < LibraryCount(); ++k) std::printf(" %8s", ("ratio " + LibraryCode(k)).c_str());
+            for (int k = 0; k < LibraryCount(); ++k) std::printf(" %12s", ("err " + LibraryCode(k)).c_str());
+            std::printf(" %12s%s\n", (std::string("err ") + r.fam->reference).c_str(),
+                        forms ? "  reference form" : "");
         }
-        std::printf("%4d %10.2f %10.2f %8.3f %12.2e %12.2e", r.n, r.nsOurs, r.nsRef, r.Ratio(),
-                    r.errOurs, r.errRef);
+        std::printf("%4d", r.n);
+        for (double ns : r.nsOurs) std::printf(" %10.2f", ns);
+        std::printf(" %10.2f", r.nsRef);
+        for (int k = 0; k < LibraryCount(); ++k) std::printf(" %8.3f", r.Ratio(k));
+        for (double err : r.errOurs) std::printf(" %12.2e", err);
+        std::printf(" %12.2e", r.errRef);
         if (forms) std::printf("  %s", r.refForm.c_str());
         std::printf("\n");
     }
 }
 
-void PrintSummary(const std::vector<Result>& all) {
+// One summary per family, precision and library.
+void PrintSummary(const std::vector<Result>& all, int k) {
     std::map<std::pair<const Family*, int>, std::vector<const Result*>> groups;
     for (const Result& r : all) groups[{r.fam, r.precision}].push_back(&r);
     for (const auto& [key, rs] : groups) {
@@ -275,27 +313,27 @@ void PrintSummary(const std::vector<Result>& all) {
         int slowCount = 0;
         std::map<int, std::string> large;  // length -> its ratios, one per direction
         for (const Result* r : rs) {
-            logSum += std::log(r->Ratio());
-            if (r->Ratio() > worst->Ratio()) worst = r;
-            if (!(r->ErrRatio() <= worstErr->ErrRatio())) worstErr = r;  // NaN wins
+            logSum += std::log(r->Ratio(k));
+            if (r->Ratio(k) > worst->Ratio(k)) worst = r;
+            if (!(r->ErrRatio(k) <= worstErr->ErrRatio(k))) worstErr = r;  // NaN wins
             char buf[48];
-            if (r->Ratio() > 1) {
+            if (r->Ratio(k) > 1) {
                 std::snprintf(buf, sizeof buf, "%s%4d %s %-6.2f", slowCount++ % 6 ? "" : "\n    ",
-                              r->n, r->direction.c_str(), r->Ratio());
+                              r->n, r->direction.c_str(), r->Ratio(k));
                 slower += buf;
             }
             if (LargePrimeFactor(r->n)) {
                 std::string& cell = large[r->n];
-                std::snprintf(buf, sizeof buf, "%s%.2f", cell.empty() ? "" : "/", r->Ratio());
+                std::snprintf(buf, sizeof buf, "%s%.2f", cell.empty() ? "" : "/", r->Ratio(k));
                 cell += buf;
                 if (dirs.find(r->direction) == std::string::npos)
                     dirs += (dirs.empty() ? "" : "/") + r->direction;
             }
         }
-        std::printf("\n%s, %d-bit: summary over %zu cases\n", key.first->title, key.second,
-                    rs.size());
+        std::printf("\n%s, %d-bit, qvngen %s: summary over %zu cases\n", key.first->title, key.second,
+                    LibraryCode(k).c_str(), rs.size());
         std::printf("  geometric mean of ratios   %.3f\n", std::exp(logSum / rs.size()));
-        std::printf("  worst ratio                %.3f (N=%d %s)\n", worst->Ratio(), worst->n,
+        std::printf("  worst ratio                %.3f (N=%d %s)\n", worst->Ratio(k), worst->n,
                     worst->direction.c_str());
         std::printf("  ratio > 1 (%d)%s\n", slowCount, slower.c_str());
         std::printf("  large prime factor sizes (%s)", large.empty() ? "none run" : dirs.c_str());
@@ -304,16 +342,16 @@ void PrintSummary(const std::vector<Result>& all) {
             std::printf("%s%4d: %-12s", col++ % 5 == 0 ? "\n   " : "", n, cell.c_str());
         std::printf("\n");
         std::printf("  worst error ratio          %.3g (N=%d %s: %.2e vs %.2e)\n",
-                    worstErr->ErrRatio(), worstErr->n, worstErr->direction.c_str(),
-                    worstErr->errOurs, worstErr->errRef);
+                    worstErr->ErrRatio(k), worstErr->n, worstErr->direction.c_str(),
+                    worstErr->errOurs[k], worstErr->errRef);
     }
 }
 
 // Time of every 32-bit entry over its 64-bit twin, per family, direction and
 // length, for the lengths run in both precisions; the geometric mean of the
 // same ratio for the reference shows what the machine alone makes of the
-// change of precision.
-void PrintPrecisionRatios(const std::vector<Result>& all) {
+// change of precision. For library k.
+void PrintPrecisionRatios(const std::vector<Result>& all, int k) {
     struct Twins {
         const Result* single = nullptr;
         const Result* dbl = nullptr;
@@ -330,7 +368,7 @@ void PrintPrecisionRatios(const std::vector<Result>& all) {
         int count = 0;
         for (const auto& [n, t] : byLength) {
             if (!t.single || !t.dbl) continue;
-            const double ratio = t.single->nsOurs / t.dbl->nsOurs;
+            const double ratio = t.single->nsOurs[k] / t.dbl->nsOurs[k];
             logOurs += std::log(ratio);
             logRef += std::log(t.single->nsRef / t.dbl->nsRef);
             char buf[32];
@@ -339,7 +377,8 @@ void PrintPrecisionRatios(const std::vector<Result>& all) {
         }
         if (count == 0) continue;
         if (first)
-            std::printf("\nns 32-bit / ns 64-bit of the same entry, per length\n");
+            std::printf("\nns 32-bit / ns 64-bit of the same entry of qvngen %s, per length\n",
+                        LibraryCode(k).c_str());
         first = false;
         std::printf("%s, %s: geometric mean %.3f (%s %.3f)%s\n", key.first->title,
                     DirectionWord(key.second), std::exp(logOurs / count), key.first->reference,
@@ -347,13 +386,16 @@ void PrintPrecisionRatios(const std::vector<Result>& all) {
     }
 }
 
+// One row per case and library; `library` is the library's processor-target
+// code, and the reference's figures repeat on each of a case's rows.
 void PrintCsv(const std::vector<Result>& rs, std::FILE* out) {
     std::fprintf(out, "family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,"
-                      "err_reference,reference_form\n");
+                      "err_reference,reference_form,library\n");
     for (const Result& r : rs)
-        std::fprintf(out, "%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s\n", r.fam->name, r.fam->reference,
-                     r.precision, r.direction.c_str(), r.n, r.nsOurs, r.nsRef, r.Ratio(), r.errOurs,
-                     r.errRef, r.refForm.c_str());
+        for (int k = 0; k < LibraryCount(); ++k)
+            std::fprintf(out, "%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s,%s\n", r.fam->name, r.fam->reference,
+                         r.precision, r.direction.c_str(), r.n, r.nsOurs[k], r.nsRef, r.Ratio(k), r.errOurs[k],
+                         r.errRef, r.refForm.c_str(), LibraryCode(k).c_str());
 }
 
 }  // namespace
@@ -368,6 +410,10 @@ double QuickNsPerCall(const Runner& run) {
 namespace {
 
 int Run(const Options& opt, const std::string& commandLine) {
+    LoadLibraries(opt.libraries);
+    std::fprintf(stderr, "timing qvngen");
+    for (int k = 0; k < LibraryCount(); ++k) std::fprintf(stderr, " %s", LibraryCode(k).c_str());
+    std::fprintf(stderr, "\n");
     // All setup, FFTW planning included, happens before the first timing.
     std::vector<std::pair<const Family*, CaseList>> work;
     size_t total = 0;
@@ -392,7 +438,7 @@ int Run(const Options& opt, const std::string& commandLine) {
         for (auto& c : cases) {
             progress.Next(fam->title, *c);
             results.push_back(Measure(*fam, *c, opt));
-            failed |= !std::isfinite(results.back().errOurs);
+            for (double err : results.back().errOurs) failed |= !std::isfinite(err);
         }
     }
     progress.Done();
@@ -403,8 +449,8 @@ int Run(const Options& opt, const std::string& commandLine) {
         PrintCsv(results, stdout);
     } else {
         PrintTable(results, opt);
-        PrintSummary(results);
-        PrintPrecisionRatios(results);
+        for (int k = 0; k < LibraryCount(); ++k) PrintSummary(results, k);
+        for (int k = 0; k < LibraryCount(); ++k) PrintPrecisionRatios(results, k);
     }
     if (failed) std::fprintf(stderr, "qvngen-bench: some entries reported an error status\n");
     return failed ? 1 : 0;

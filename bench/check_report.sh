@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Runs qvngen-bench --report on a few quick cases of every family and checks
 # what it wrote: the CSV, both Markdown pages, and a PNG chart for every
-# family and precision in the CSV, each linked from report.md.
+# family and precision in the CSV, each linked from report.md, and every
+# library timed (the baseline and the variants this processor runs) named in
+# the summary's columns.
 #   check_report.sh QVNGEN_BENCH OUT_DIR
 set -euo pipefail
 bench=${1:?usage: check_report.sh QVNGEN_BENCH OUT_DIR}
@@ -25,4 +27,7 @@ done
 rows=$(grep -c '^| .* vs ' "$out/summary.md")
 ((count >= 12 && rows == count)) ||
   { echo "expected a chart and a summary row per family and precision: $count charts, $rows rows"; exit 1; }
-echo "report: $count charts, $rows summary rows"
+libraries=$(tail -n +2 "$out/results.csv" | cut -d, -f12 | awk '!seen[$0]++' | paste -sd/ | sed 's|/| / |g')
+grep -q "geometric mean ratio $libraries |" "$out/summary.md" ||
+  { echo "summary.md does not have a column for each of: $libraries"; exit 1; }
+echo "report: $count charts, $rows summary rows, libraries $libraries"

@@ -18,6 +18,7 @@
 #include "bench.h"
 #include "fftw_api.h"
 #include "qvncore.h"
+#include "libraries.h"
 #include "qvngen.h"
 
 namespace qvnbench {
@@ -25,28 +26,17 @@ namespace {
 
 constexpr int kMaxOrder = 13;  // N = 2 .. 8192
 
-// Our double and single precision DCT-IV entries behind one name.
+// Our double and single precision DCT-IV entries behind one name, looked
+// up in every library the run times.
 template <class Real>
-struct Api;
-
-template <>
-struct Api<double> {
-    static constexpr const char* kEntryName = "qvngDCT4_64f";
-    static Status InitAlloc(DCT4Spec** spec, int n) { return qvngDCT4InitAlloc_64f(spec, n); }
-    static Status Free(DCT4Spec* spec) { return qvngDCT4Free_64f(spec); }
-    static Status Transform(const double* src, double* dst, DCT4Spec* spec) {
-        return qvngDCT4_64f(src, dst, spec);
-    }
-};
-
-template <>
-struct Api<float> {
-    static constexpr const char* kEntryName = "qvngDCT4_32f";
-    static Status InitAlloc(DCT4Spec** spec, int n) { return qvngDCT4InitAlloc_32f(spec, n); }
-    static Status Free(DCT4Spec* spec) { return qvngDCT4Free_32f(spec); }
-    static Status Transform(const float* src, float* dst, DCT4Spec* spec) {
-        return qvngDCT4_32f(src, dst, spec);
-    }
+struct Api {
+    using InitAllocFn = Status(QVN_API*)(DCT4Spec**, int32_t);
+    using FreeFn = Status(QVN_API*)(DCT4Spec*);
+    using TransformFn = Status(QVN_API*)(const Real*, Real*, DCT4Spec*);
+    static constexpr const char* kEntryName = sizeof(Real) == 4 ? "qvngDCT4_32f" : "qvngDCT4_64f";
+    PerLibrary<InitAllocFn> initAlloc{sizeof(Real) == 4 ? "qvngDCT4InitAlloc_32f" : "qvngDCT4InitAlloc_64f"};
+    PerLibrary<FreeFn> free{sizeof(Real) == 4 ? "qvngDCT4Free_32f" : "qvngDCT4Free_64f"};
+    PerLibrary<TransformFn> transform{kEntryName};
 };
 
 // O(N^2) type-IV DCT in long double:
@@ -99,11 +89,16 @@ class Dct4Case final : public Case {
 public:
     Dct4Case(int len, const Options& opt, std::uint64_t seed)
         : Case("dct4", 8 * sizeof(Real), "fwd", len), trials_(TrialsFor(len, opt)) {
-        const Status st = A::InitAlloc(&spec_, n);
-        if (st != kStatusOk || !spec_)
-            throw std::runtime_error(std::string(A::kEntryName) + ": InitAlloc failed for N = " +
-                                     std::to_string(n) + ", status " +
-                                     std::to_string(static_cast<int>(st)));
+        // A specification of every library, each built by its own InitAlloc.
+        for (int k = 0; k < LibraryCount(); ++k) {
+            DCT4Spec* spec = nullptr;
+            const Status st = api_.initAlloc.Get(k)(&spec, n);
+            if (st != kStatusOk || !spec)
+                throw std::runtime_error(std::string(A::kEntryName) + ": InitAlloc failed for N = " +
+                                         std::to_string(n) + ", status " +
+                                         std::to_string(static_cast<int>(st)));
+            spec_.Set(k, spec);
+        }
         src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
         dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
         in_ = F::AllocReal(n);
@@ -127,13 +122,14 @@ public:
         if (out_) F::Free(out_);
         qvnFree(src_);
         qvnFree(dst_);
-        if (spec_) A::Free(spec_);
+        for (int k = 0; k < LibraryCount(); ++k)
+            if (spec_.Get(k)) api_.free.Get(k)(spec_.Get(k));
     }
 
     // Both work out of place on aligned arrays and leave their source alone,
     // so every call of a batch transforms the first trial's input.
     void RunOurs(long calls) override {
-        for (long i = 0; i < calls; ++i) A::Transform(src_, dst_, spec_);
+        for (long i = 0; i < calls; ++i) api_.transform(src_, dst_, spec_.Current());
         Consume(dst_[n - 1]);
     }
 
@@ -146,7 +142,7 @@ public:
         return ErrorOverTrials(
             trials_, [&](int t) { Load(t); },
             [&] {
-                const Status st = A::Transform(src_, dst_, spec_);
+                const Status st = api_.transform(src_, dst_, spec_.Current());
                 if (st != kStatusOk)
                     std::fprintf(stderr, "%s (N = %d) returned status %d\n", A::kEntryName, n,
                                  static_cast<int>(st));
@@ -176,7 +172,8 @@ private:
     }
 
     int trials_;
-    DCT4Spec* spec_ = nullptr;
+    A api_;
+    PerLibrary<DCT4Spec*> spec_;
     Real* src_ = nullptr;
     Real* dst_ = nullptr;
     Real* in_ = nullptr;

@@ -25,6 +25,7 @@
 #include "bench.h"
 #include "fftw_api.h"
 #include "qvncore.h"
+#include "libraries.h"
 #include "qvngen.h"
 
 namespace qvnbench {
@@ -33,16 +34,14 @@ namespace {
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
 
+// The entries are looked up by name in every library the run times.
 template <class Real>
 struct EntryPair {
     int n;
-    Entry<Real> fwd, inv;
     const char *fwdName, *invName;
 };
 
-#define QVNB_PAIR(N, P)                                                     \
-    {N, qvngDFTFwd_RToCCS_##N##_##P, qvngDFTInv_CCSToR_##N##_##P,           \
-     "qvngDFTFwd_RToCCS_" #N "_" #P, "qvngDFTInv_CCSToR_" #N "_" #P},
+#define QVNB_PAIR(N, P) {N, "qvngDFTFwd_RToCCS_" #N "_" #P, "qvngDFTInv_CCSToR_" #N "_" #P},
 #define QVNB_PAIR32(N) QVNB_PAIR(N, 32f)
 #define QVNB_PAIR64(N) QVNB_PAIR(N, 64f)
 const EntryPair<float> kEntries32[] = {QVNG_FOR_EACH_LENGTH(QVNB_PAIR32)};
@@ -94,9 +93,8 @@ class RealDftCaseBase : public Case {
 protected:
     using F = Fftw<Real>;
 
-    RealDftCaseBase(const char* fam, const char* dir, int len, Entry<Real> entry, const char* name,
-                    const Options& opt)
-        : Case(fam, 8 * sizeof(Real), dir, len), entry_(entry), name_(name),
+    RealDftCaseBase(const char* fam, const char* dir, int len, const char* name, const Options& opt)
+        : Case(fam, 8 * sizeof(Real), dir, len), entry_(name), name_(name),
           trials_(opt.errTrials > 0 ? opt.errTrials : 1), bins_(len / 2 + 1) {}
 
     ~RealDftCaseBase() override {
@@ -124,7 +122,7 @@ protected:
         for (int i = 0; i < count; ++i) acc.Add(got[i], want[i]);
     }
 
-    Entry<Real> entry_;
+    PerLibrary<Entry<Real>> entry_;
     const char* name_;
     int trials_;
     int bins_;  // N/2 + 1
@@ -142,7 +140,7 @@ class RealFwdCase final : public RealDftCaseBase<Real> {
 
 public:
     RealFwdCase(const EntryPair<Real>& e, const Options& opt, std::uint64_t seed)
-        : Base("rfwd", "fwd", e.n, e.fwd, e.fwdName, opt) {
+        : Base("rfwd", "fwd", e.n, e.fwdName, opt) {
         src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
         dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(2 * bins_ * sizeof(Real))));
         in_ = F::AllocReal(n);
@@ -220,7 +218,7 @@ class RealInvCase final : public RealDftCaseBase<Real> {
 
 public:
     RealInvCase(const EntryPair<Real>& e, const Options& opt, std::uint64_t seed)
-        : Base("rinv", "inv", e.n, e.inv, e.invName, opt) {
+        : Base("rinv", "inv", e.n, e.invName, opt) {
         const size_t spectrum = 2 * static_cast<size_t>(bins_);  // Real elements of a CCS array
         src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(spectrum * sizeof(Real))));
         dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));

@@ -13,6 +13,7 @@
 #include "bench.h"
 #include "fftw_api.h"
 #include "qvncore.h"
+#include "libraries.h"
 #include "qvngen.h"
 
 namespace qvnbench {
@@ -21,15 +22,15 @@ namespace {
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag);
 
+// The entries are looked up by name in every library the run times.
 template <class Real>
 struct NamedEntry {
     int n;
-    Entry<Real> fn;
     const char* name;
 };
 
-#define QVNB_ENTRY32(N) {N, qvngHartley_##N##_32f, "qvngHartley_" #N "_32f"},
-#define QVNB_ENTRY64(N) {N, qvngHartley_##N##_64f, "qvngHartley_" #N "_64f"},
+#define QVNB_ENTRY32(N) {N, "qvngHartley_" #N "_32f"},
+#define QVNB_ENTRY64(N) {N, "qvngHartley_" #N "_64f"},
 const NamedEntry<float> kEntries32[] = {QVNG_FOR_EACH_LENGTH(QVNB_ENTRY32)};
 const NamedEntry<double> kEntries64[] = {QVNG_FOR_EACH_LENGTH(QVNB_ENTRY64)};
 #undef QVNB_ENTRY32
@@ -56,7 +57,7 @@ class HartleyCase final : public Case {
 
 public:
     HartleyCase(const NamedEntry<Real>& e, const Options& opt, std::uint64_t seed)
-        : Case("hartley", 8 * sizeof(Real), "fwd", e.n), entry_(e.fn), name_(e.name),
+        : Case("hartley", 8 * sizeof(Real), "fwd", e.n), entry_(e.name), name_(e.name),
           trials_(opt.errTrials > 0 ? opt.errTrials : 1) {
         src_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
         dst_ = static_cast<Real*>(qvnMalloc(static_cast<int>(n * sizeof(Real))));
@@ -125,7 +126,7 @@ private:
         for (int i = 0; i < n; ++i) acc.Add(got[i], want[i]);
     }
 
-    Entry<Real> entry_;
+    PerLibrary<Entry<Real>> entry_;
     const char* name_;
     int trials_;
     Real* src_ = nullptr;

@@ -4,13 +4,16 @@
   report.py [--command TEXT] RESULTS_CSV OUT_DIR
 
 Writes, into OUT_DIR:
-  summary.md              one row per family and precision: geometric mean
-                          and worst of the time ratios to FFTW, lengths where
-                          FFTW is faster, worst error ratio
+  summary.md              one row per family and precision, with for each
+                          qvngen library timed (the baseline "z3" and its
+                          variants, side by side): geometric mean and worst of
+                          the time ratios to FFTW, lengths where FFTW is
+                          faster, worst error ratio
   report.md               the command, the same table, then every chart
   <family>-<bits>.png     per family and precision, against N: ns per call of
-                          qvngen and each reference; the ratio to FFTW with
-                          the 1.0 line; the relative RMS error of each
+                          each qvngen library and each reference; the ratio
+                          of each library to FFTW with the 1.0 line; the
+                          relative RMS error of each
 
 qvngen-bench --report DIR runs it; it can be rerun on a saved CSV.
 """
@@ -54,6 +57,9 @@ class Group:
     def chart(self):
         return f"{self.family}-{self.precision}.png"
 
+    def libraries(self):
+        return list(OrderedDict.fromkeys(r["library"] for r in self.rows))
+
     def references(self):
         return list(OrderedDict.fromkeys(r["reference"] for r in self.rows))
 
@@ -64,8 +70,11 @@ class Group:
         refs = self.references()
         return RATIO_REFERENCE if RATIO_REFERENCE in refs else refs[0]
 
-    def series(self, reference, direction):
-        rows = [r for r in self.rows if r["reference"] == reference and r["direction"] == direction]
+    def series(self, reference, direction, library=None):
+        """Rows of one reference and direction; of one library, or the first."""
+        library = library or self.libraries()[0]
+        rows = [r for r in self.rows if r["reference"] == reference and r["direction"] == direction
+                and r["library"] == library]
         return sorted(rows, key=lambda r: r["n"])
 
 
@@ -77,6 +86,7 @@ def read_groups(path):
                 row[key] = int(row[key])
             for key in ("ns_qvngen", "ns_reference", "ratio", "err_qvngen", "err_reference"):
                 row[key] = float(row[key])
+            row["library"] = row.get("library") or "qvngen"  # results from before --lib
             key = (row["family"], row["precision"])
             groups.setdefault(key, Group(*key)).rows.append(row)
     return list(groups.values())
@@ -89,23 +99,36 @@ def error_ratio(row):
 
 
 def summary_rows(groups):
+    """One row per family and precision; each figure once per library, in the
+    order the libraries were timed, separated by " / "."""
+    libraries = list(OrderedDict.fromkeys(lib for g in groups for lib in g.libraries()))
+    names = " / ".join(libraries)
     lines = [
-        "| family | cases | geometric mean ratio | worst ratio | slower than the reference "
-        "| worst error ratio |",
+        f"| family | cases | geometric mean ratio {names} | worst ratio {names} "
+        f"| slower than the reference | worst error ratio {names} |",
         "|---|---:|---:|---|---|---|",
     ]
     for g in groups:
         ref = g.ratio_reference()
-        rows = [r for r in g.rows if r["reference"] == ref]
-        gmean = math.exp(sum(math.log(r["ratio"]) for r in rows) / len(rows))
-        worst = max(rows, key=lambda r: r["ratio"])
-        slower = [f"{r['n']} {r['direction']}" for r in rows if r["ratio"] > 1]
-        worst_err = max(rows, key=error_ratio)
-        slower_text = f"{len(slower)}: {', '.join(slower)}" if slower else "none"
+        gmeans, worsts, slowers, errs = [], [], [], []
+        for lib in libraries:
+            rows = [r for r in g.rows if r["reference"] == ref and r["library"] == lib]
+            if not rows:
+                gmeans.append("-"), worsts.append("-"), errs.append("-")
+                continue
+            gmean = math.exp(sum(math.log(r["ratio"]) for r in rows) / len(rows))
+            worst = max(rows, key=lambda r: r["ratio"])
+            slower = [f"{r['n']} {r['direction']}" for r in rows if r["ratio"] > 1]
+            worst_err = max(rows, key=error_ratio)
+            gmeans.append(f"{gmean:.3f}")
+            worsts.append(f"{worst['ratio']:.3f} (N={worst['n']} {worst['direction']})")
+            text = f"{len(slower)}: {', '.join(slower)}" if slower else "none"
+            slowers.append(f"{lib} {text}" if len(libraries) > 1 else text)
+            errs.append(f"{error_ratio(worst_err):.3g} (N={worst_err['n']} {worst_err['direction']})")
+        cases = len([r for r in g.rows if r["reference"] == ref and r["library"] == g.libraries()[0]])
         lines.append(
-            f"| {g.title} vs {ref} | {len(rows)} | {gmean:.3f} "
-            f"| {worst['ratio']:.3f} (N={worst['n']} {worst['direction']}) | {slower_text} "
-            f"| {error_ratio(worst_err):.3g} (N={worst_err['n']} {worst_err['direction']}) |"
+            f"| {g.title} vs {ref} | {cases} | {' / '.join(gmeans)} | {' / '.join(worsts)} "
+            f"| {'; '.join(slowers)} | {' / '.join(errs)} |"
         )
     return lines
 
@@ -116,18 +139,23 @@ def draw_chart(g, path):
     powers_of_two = all(n & (n - 1) == 0 for n in ns_values)
     ours_from = g.ratio_reference()  # qvngen is timed once per reference table; one line suffices
     markers = "os^vD"
+    libraries = g.libraries()
+    # Colours: the libraries first (C0, C1, ...), then the references.
     for d_index, direction in enumerate(g.directions()):
         style = "-" if d_index == 0 else ":"
         suffix = f" {direction}" if len(g.directions()) > 1 else ""
-        ours = g.series(ours_from, direction)
-        n = [r["n"] for r in ours]
-        ax_ns.plot(n, [r["ns_qvngen"] for r in ours], style, marker="o", ms=3, color="C0",
-                   label="qvngen" + suffix)
-        ax_err.plot(n, [r["err_qvngen"] for r in ours], style, marker="o", ms=3, color="C0",
-                    label="qvngen" + suffix)
-        ax_ratio.plot(n, [r["ratio"] for r in ours], style, marker="o", ms=3, color="C0",
-                      label=f"qvngen / {ours_from}" + suffix)
-        for r_index, ref in enumerate(g.references(), start=1):
+        for l_index, lib in enumerate(libraries):
+            ours = g.series(ours_from, direction, lib)
+            n = [r["n"] for r in ours]
+            name = f"qvngen {lib}" if len(libraries) > 1 else "qvngen"
+            color = f"C{l_index}"
+            ax_ns.plot(n, [r["ns_qvngen"] for r in ours], style, marker="o", ms=3, color=color,
+                       label=name + suffix)
+            ax_err.plot(n, [r["err_qvngen"] for r in ours], style, marker="o", ms=3, color=color,
+                        label=name + suffix)
+            ax_ratio.plot(n, [r["ratio"] for r in ours], style, marker="o", ms=3, color=color,
+                          label=f"{name} / {ours_from}" + suffix)
+        for r_index, ref in enumerate(g.references(), start=len(libraries)):
             rows = g.series(ref, direction)
             n = [r["n"] for r in rows]
             marker = markers[r_index % len(markers)]

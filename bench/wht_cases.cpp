@@ -16,6 +16,7 @@
 #include "bench.h"
 #include "fftw_api.h"
 #include "qvncore.h"
+#include "libraries.h"
 #include "qvngen.h"
 
 namespace qvnbench {
@@ -24,12 +25,11 @@ namespace {
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag, uint8_t*);
 
-#define QVNB_WHT32(K) qvngWHT_##K##_32f,
-#define QVNB_WHT64(K) qvngWHT_##K##_64f,
-const Entry<float> kEntries32[] = {QVNG_FOR_EACH_WHT_ORDER(QVNB_WHT32)};
-const Entry<double> kEntries64[] = {QVNG_FOR_EACH_WHT_ORDER(QVNB_WHT64)};
-#undef QVNB_WHT32
-#undef QVNB_WHT64
+// qvngWHT_<order>_32f or _64f, looked up in every library the run times.
+template <class Real>
+std::string EntryName(int order) {
+    return "qvngWHT_" + std::to_string(order) + (sizeof(Real) == 4 ? "_32f" : "_64f");
+}
 
 template <class Real>
 class WhtCase final : public Case {
@@ -38,9 +38,7 @@ class WhtCase final : public Case {
 public:
     WhtCase(int order, bool viaFftw, const Options& opt)
         : Case("wht", 8 * sizeof(Real), "fwd", 1 << order), order_(order), viaFftw_(viaFftw),
-          trials_(opt.errTrials > 0 ? opt.errTrials : 1) {
-        if constexpr (sizeof(Real) == 4) entry_ = kEntries32[order - 1];
-        else entry_ = kEntries64[order - 1];
+          trials_(opt.errTrials > 0 ? opt.errTrials : 1), entry_(EntryName<Real>(order).c_str()) {
         int32_t bufferBytes = 0;
         if ((sizeof(Real) == 4 ? qvngWHTGetBufferSize_32f : qvngWHTGetBufferSize_64f)(order, &bufferBytes) != kStatusOk)
             throw std::runtime_error("qvngWHTGetBufferSize failed");
@@ -134,7 +132,7 @@ private:
     int order_;
     bool viaFftw_;
     int trials_;
-    Entry<Real> entry_ = nullptr;
+    PerLibrary<Entry<Real>> entry_;
     Real* src_ = nullptr;
     Real* dst_ = nullptr;
     uint8_t* buffer_ = nullptr;
