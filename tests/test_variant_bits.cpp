@@ -69,11 +69,13 @@ enum class Kind { kVersion, kFixed, kLengthArg, kWhtFixed, kWhtGeneric, kWhtBuff
 Kind Classify(const std::string& name) {
     static const std::regex fixed("qvng(DFT(Fwd|Inv)_\\w+|Hartley)_[0-9]+_(32|64)fc?");
     static const std::regex generic("qvng(DFT(Fwd|Inv)_\\w+|Hartley)_(32|64)fc?");
+    static const std::regex whtFixed("qvngWHT_[0-9]+_(32|64)f");
+    static const std::regex whtGeneric("qvngWHT_(32|64)f");
     if (name == "qvngenGetLibVersion") return Kind::kVersion;
     if (name.rfind("qvngDCT4", 0) == 0) return Kind::kDct4;
     if (name.rfind("qvngWHTGetBufferSize_", 0) == 0) return Kind::kWhtBufferSize;
-    if (std::regex_match(name, std::regex("qvngWHT_[0-9]+_(32|64)f"))) return Kind::kWhtFixed;
-    if (std::regex_match(name, std::regex("qvngWHT_(32|64)f"))) return Kind::kWhtGeneric;
+    if (std::regex_match(name, whtFixed)) return Kind::kWhtFixed;
+    if (std::regex_match(name, whtGeneric)) return Kind::kWhtGeneric;
     if (std::regex_match(name, fixed)) return Kind::kFixed;
     if (std::regex_match(name, generic)) return Kind::kLengthArg;
     return Kind::kUnknown;
