@@ -23,8 +23,6 @@ set(QVNGEN_VARIANTS "x86-64-v3" CACHE STRING
 # (CMAKE_BUILD_PARALLEL_LEVEL in the environment, else the tool's default).
 set(QVNGEN_VARIANT_JOBS "" CACHE STRING "Parallel jobs of each variant sub-build; empty: the build tool's default")
 
-set(qvn_variant_codes "x86-64-v3=a2" "x86-64-v4=a5")
-
 if(NOT QVNGEN_ISA STREQUAL "x86-64" OR CMAKE_CROSSCOMPILING OR NOT CMAKE_SIZEOF_VOID_P EQUAL 8
    OR NOT QVNGEN_VARIANTS)
   set(QVNGEN_BUILT_VARIANTS "")
@@ -35,12 +33,12 @@ include(ExternalProject)
 set(QVNGEN_BUILT_VARIANTS "")
 foreach(isa IN LISTS QVNGEN_VARIANTS)
   set(code "")
-  foreach(pair IN LISTS qvn_variant_codes)
+  foreach(pair IN LISTS QVNGEN_TARGET_CPU_CODES)
     if(pair MATCHES "^${isa}=(.*)$")
       set(code ${CMAKE_MATCH_1})
     endif()
   endforeach()
-  if(NOT code)
+  if(NOT code OR isa STREQUAL "x86-64")
     message(FATAL_ERROR "QVNGEN_VARIANTS: '${isa}' is not one of x86-64-v3, x86-64-v4")
   endif()
 
