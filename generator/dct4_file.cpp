@@ -392,10 +392,10 @@ std::pair<std::string, Census> LeafCode(int b, LaneType type, const std::string&
     return {e.Body(indent), e.census()};
 }
 
-// The loop of a leaf or step kernel over lane groups: the 128-bit code one
-// group at a time; with 256-bit code, two groups at a time and the 128-bit
-// code for an odd one left over. `head` defines the pointers of group g.
-std::string GroupLoop(int w, const std::string& head, const std::string& narrow, const std::string& wide) {
+// The loop of a leaf kernel over lane groups: the 128-bit code one group at
+// a time; with 256-bit code, two groups at a time and the 128-bit code for
+// an odd one left over. `head` defines the pointers of group g.
+std::string GroupLoop(const std::string& head, const std::string& narrow, const std::string& wide) {
     auto pointers = [&](int at) {
         std::string text;
         for (size_t pos = 0, end = 0; end != std::string::npos; pos = end + 1) {
@@ -405,7 +405,6 @@ std::string GroupLoop(int w, const std::string& head, const std::string& narrow,
         return text;
     };
     if (wide.empty()) return "    for (int g = 0; g < groups; ++g) {\n" + pointers(8) + narrow + "    }\n";
-    (void)w;
     return "    int g = 0;\n    for (; g + 2 <= groups; g += 2) {\n" + pointers(8) + wide + "    }\n" +
            "    if (g < groups) {  // an odd group left over\n" + pointers(8) + narrow + "    }\n";
 }
@@ -429,19 +428,16 @@ Text Leaf(int b, LaneType type, bool wide = false) {
     Text k;
     k.signature = "template <>\nvoid Leaf<" + I(b) + ", " + t + ">(const " + t + "* x, int n, int off, int stride, int groups, " +
                   t + "* out, std::ptrdiff_t os)";
-    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n" + GroupLoop(w, head, narrow, wide_code);
+    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n" + GroupLoop(head, narrow, wide_code);
     k.census = census.Text() + (wide ? " (two lane groups)" : "");
     k.scheme = "rotate by e^(-i*pi*b/(2B)), " + I(b) + "-point DFT" + (wide ? ", two lane groups per 256-bit vector" : "");
     return k;
 }
 
 // --- step: radix r2 recombination with the step table ------------------------
-// One iteration; a 256-bit type does groups g and g+1 in its halves, with the
-// table values (equal across a unit) broadcast.
-std::pair<std::string, Census> StepCode(int r2, LaneType type, const std::string& indent) {
-    const bool wide = type.bits == 256;
-    const int w = wide ? type.Lanes() / 2 : type.Lanes();
-    const std::string v = type.Name();
+Text Step(int r2, LaneType type) {
+    const int w = type.Lanes();
+    const std::string t = type.Elem(), v = type.Name();
     Dag dag;
     Signal x(r2);
     for (int d = 0; d < r2; ++d) x[d] = dag.Load(d);
@@ -451,29 +447,15 @@ std::pair<std::string, Census> StepCode(int r2, LaneType type, const std::string
     for (int d = 0; d < r2; ++d) {
         const std::string p = "ip + " + I(d) + " * is";
         const std::string a = "a" + I(d);
-        int load;
-        if (wide) {
-            load = e.AddLoad("const " + v + " " + a + "r = " + LoadHalves(type, p, p + " + " + I(2 * w)) + ", " + a + "i = " +
-                             LoadHalves(type, p + " + " + I(w), p + " + " + I(3 * w)) + ";");
-            e.census().loads += 3;
-            e.census().shuffles += 2;
-        } else {
-            load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
-            e.census().loads += 1;
-        }
+        int load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
+        e.census().loads += 1;
         if (d == 0) {
             e.BindInput(d, load, a + "r", a + "i");
             continue;
         }
         // (re + i*im)(c - i*s) with the table's cosine and sine.
         const std::string tw = "tw + " + I((d - 1) * 2 * w);
-        int tl;
-        if (wide) {
-            const std::string bc = type.elem == ElemType::kFloat ? "_mm256_broadcast_ss(" : "_mm256_broadcast_sd(";
-            tl = e.AddLoad("const " + v + " c" + I(d) + " = " + bc + tw + "), s" + I(d) + " = " + bc + tw + " + " + I(w) + ");");
-        } else {
-            tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
-        }
+        int tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
         e.census().loads += 1;
         const int rot = AddConjRotation(e, a + "t", a + "r", a + "i", "c" + I(d), "s" + I(d), {load, tl});
         e.BindInput(d, rot, a + "tr", a + "ti");
@@ -482,38 +464,18 @@ std::pair<std::string, Census> StepCode(int r2, LaneType type, const std::string
     for (int k = 0; k < r2; ++k) {
         std::vector<int> deps;
         std::string re = e.Part(y[k], false, false, &deps), im = e.Part(y[k], true, false, &deps);
-        const std::string at = "op + " + I(k) + " * os";
-        if (wide) {
-            e.AddStore(StoreHalves(type, at, at + " + " + I(2 * w), re) + "\n" + StoreHalves(type, at + " + " + I(w), at + " + " + I(3 * w), im),
-                       deps);
-            e.census().stores += 3;
-        } else {
-            e.AddStore(Store(type, at, re) + " " + Store(type, at + " + " + I(w), im), deps);
-            e.census().stores += 1;
-        }
+        e.AddStore(Store(type, "op + " + I(k) + " * os", re) + " " + Store(type, "op + " + I(k) + " * os + " + I(w), im), deps);
+        e.census().stores += 1;
     }
-    return {e.Body(indent), e.census()};
-}
-
-Text Step(int r2, LaneType type, bool wide = false) {
-    const int w = type.Lanes();
-    const std::string t = type.Elem();
-    auto [narrow, census] = StepCode(r2, type, "        ");
-    std::string wide_code;
-    if (wide) {
-        LaneType wt = type;
-        wt.bits = 256;
-        auto [code, wc] = StepCode(r2, wt, "        ");
-        wide_code = code;
-        census = wc;
-    }
-    const std::string head = "const " + t + "* ip = in + g * " + I(2 * w) + ";\n" + t + "* op = out + g * " + I(2 * w) + ";";
     Text k;
     k.signature = "template <>\nvoid Step<" + I(r2) + ", " + t + ">(const " + t + "* in, std::ptrdiff_t is, " + t + "* out, std::ptrdiff_t os, const " +
                   t + "* tw, int groups)";
-    k.body = GroupLoop(w, head, narrow, wide_code);
-    k.census = census.Text() + (wide ? " (two lane groups)" : "");
-    k.scheme = "table rotations, " + I(r2) + "-point DFT" + (wide ? ", two lane groups per 256-bit vector" : "");
+    k.body = "    for (int g = 0; g < groups; ++g) {\n"
+             "        const " + t + "* ip = in + g * " + I(2 * w) + ";\n"
+             "        " + t + "* op = out + g * " + I(2 * w) + ";\n" +
+             e.Body("        ") + "    }\n";
+    k.census = e.census().Text();
+    k.scheme = "table rotations, " + I(r2) + "-point DFT";
     return k;
 }
 
@@ -721,7 +683,9 @@ GeneratedFile Dct4File(int index, bool single, Isa isa) {
             stem = "leaf";
             break;
         case KernelKind::kStep:
-            texts.push_back(Step(id.size, vec, wide));
+            // 128-bit in every build: two lane groups per 256-bit vector,
+            // from 128-bit halves, measured slower (4096 and 8192 points).
+            texts.push_back(Step(id.size, vec));
             what = "radix-" + I(id.size) + " recombination of a phase transform, one phase per lane";
             stem = "step";
             break;
