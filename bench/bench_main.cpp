@@ -26,6 +26,7 @@
 #include "report.h"
 
 namespace qvnbench {
+void MakeWhtFfhtCases(const Options& opt, CaseList& out);  // wht_cases.cpp
 namespace {
 
 // Adding a transform family is one line here plus its Make function.
@@ -36,9 +37,10 @@ const Family kFamilies[] = {
     // names the one kept (see dft_real_cases.cpp).
     {"rinv", "real DFT, CCS to R", "FFTW", MakeRealInvCases},
     {"hartley", "discrete Hartley", "FFTW", MakeHartleyCases},
-    // Two tables under one name: against FFTW, then against a plain loop.
+    // Three tables under one name: against FFTW, a plain loop and FFHT.
     {"wht", "Walsh-Hadamard vs FFTW rank-k size-2 R2HC", "FFTW", MakeWhtFftwCases},
     {"wht", "Walsh-Hadamard vs radix-2 loop at -O3", "loop", MakeWhtLoopCases},
+    {"wht", "Walsh-Hadamard vs FFHT (AVX)", "FFHT", MakeWhtFfhtCases},
     {"dct4", "type-IV DCT", "FFTW", MakeDct4Cases},
 };
 

@@ -1,10 +1,13 @@
-// Walsh-Hadamard family: qvngWHT_<k>_{32f,64f}, k = 1..13, timed against two
-// references. FFTW has no Walsh-Hadamard transform, but a rank-k real-to-real
-// transform of size 2 in every dimension with kind R2HC is one: a size-2 R2HC
-// is the butterfly (a + b, a - b), and applying it along every bit of the
-// index is the transform in natural order. The other reference is the plain
-// radix-2 loop of wht_loop.cpp, built at -O3. Each reference is its own
-// registry entry (both answer to --family wht), so each gets its own table;
+// Walsh-Hadamard family: qvngWHT_<k>_{32f,64f}, k = 1..13, timed against
+// three references. FFTW has no Walsh-Hadamard transform, but a rank-k
+// real-to-real transform of size 2 in every dimension with kind R2HC is one:
+// a size-2 R2HC is the butterfly (a + b, a - b), and applying it along every
+// bit of the index is the transform in natural order. The second reference is
+// the plain radix-2 loop of wht_loop.cpp, built at -O3. The third is FFHT
+// (wht_ffht.cpp), when the build was given one (QVNGEN_FFHT_DIR): it computes
+// the same unnormalised transform in natural order, in place, and its
+// out-of-place call copies the source first. Each reference is its own
+// registry entry (all answer to --family wht), so each gets its own table;
 // the reference column of the table holds the reference of its title.
 #include <cstdio>
 #include <cstring>
@@ -20,7 +23,20 @@
 #include "qvngen.h"
 
 namespace qvnbench {
+
+// FFHT's out-of-place calls (wht_ffht.cpp); they do nothing without FFHT.
+void WhtFfht(float* src, float* dst, int order);
+void WhtFfht(double* src, double* dst, int order);
+
 namespace {
+
+#ifdef QVNB_HAVE_FFHT
+constexpr bool kHaveFfht = true;
+#else
+constexpr bool kHaveFfht = false;
+#endif
+
+enum class Reference { kFftw, kLoop, kFfht };
 
 template <class Real>
 using Entry = Status(QVN_API*)(const Real*, Real*, ScaleFlag, uint8_t*);
@@ -36,8 +52,8 @@ class WhtCase final : public Case {
     using F = Fftw<Real>;
 
 public:
-    WhtCase(int order, bool viaFftw, const Options& opt)
-        : Case("wht", 8 * sizeof(Real), "fwd", 1 << order), order_(order), viaFftw_(viaFftw),
+    WhtCase(int order, Reference ref, const Options& opt)
+        : Case("wht", 8 * sizeof(Real), "fwd", 1 << order), order_(order), ref_(ref),
           trials_(opt.errTrials > 0 ? opt.errTrials : 1), entry_(EntryName<Real>(order).c_str()) {
         int32_t bufferBytes = 0;
         if ((sizeof(Real) == 4 ? qvngWHTGetBufferSize_32f : qvngWHTGetBufferSize_64f)(order, &bufferBytes) != kStatusOk)
@@ -67,7 +83,7 @@ public:
         }
 
         // As for the DFT cases: plan afresh a few times, keep the fastest.
-        if (viaFftw_) {
+        if (ref_ == Reference::kFftw) {
             const std::vector<int> dims(order, 2);
             const std::vector<fftw_r2r_kind> kinds(order, FFTW_R2HC);
             plan_ = FastestPlan<F>(
@@ -83,7 +99,7 @@ public:
             qvnFree(p);
     }
 
-    // All three work out of place on aligned arrays and leave their source
+    // All of them work out of place on aligned arrays and leave their source
     // alone, so every call of a batch sees the first trial's input.
     void RunOurs(long calls) override {
         for (long i = 0; i < calls; ++i) entry_(src_, dst_, kScaleNone, buffer_);
@@ -91,10 +107,16 @@ public:
     }
 
     void RunRef(long calls) override {
-        if (viaFftw_) {
-            for (long i = 0; i < calls; ++i) F::Execute(plan_);
-        } else {
-            for (long i = 0; i < calls; ++i) WhtLoop(in_, out_, order_);
+        switch (ref_) {
+            case Reference::kFftw:
+                for (long i = 0; i < calls; ++i) F::Execute(plan_);
+                break;
+            case Reference::kLoop:
+                for (long i = 0; i < calls; ++i) WhtLoop(in_, out_, order_);
+                break;
+            case Reference::kFfht:
+                for (long i = 0; i < calls; ++i) WhtFfht(in_, out_, order_);
+                break;
         }
         Consume(out_[n - 1]);
     }
@@ -130,7 +152,7 @@ private:
     }
 
     int order_;
-    bool viaFftw_;
+    Reference ref_;
     int trials_;
     PerLibrary<Entry<Real>> entry_;
     Real* src_ = nullptr;
@@ -143,19 +165,26 @@ private:
     std::vector<long double> want_;
 };
 
-void AddCases(bool viaFftw, const Options& opt, CaseList& out) {
+void AddCases(Reference ref, const Options& opt, CaseList& out) {
     for (int prec : {32, 64}) {
         for (int order = 1; order <= 13; ++order) {
             if (!opt.Wants(1 << order, prec, "fwd")) continue;
-            if (prec == 32) out.push_back(std::make_unique<WhtCase<float>>(order, viaFftw, opt));
-            else out.push_back(std::make_unique<WhtCase<double>>(order, viaFftw, opt));
+            if (prec == 32) out.push_back(std::make_unique<WhtCase<float>>(order, ref, opt));
+            else out.push_back(std::make_unique<WhtCase<double>>(order, ref, opt));
         }
     }
 }
 
 }  // namespace
 
-void MakeWhtFftwCases(const Options& opt, CaseList& out) { AddCases(true, opt, out); }
-void MakeWhtLoopCases(const Options& opt, CaseList& out) { AddCases(false, opt, out); }
+void MakeWhtFftwCases(const Options& opt, CaseList& out) { AddCases(Reference::kFftw, opt, out); }
+void MakeWhtLoopCases(const Options& opt, CaseList& out) { AddCases(Reference::kLoop, opt, out); }
+void MakeWhtFfhtCases(const Options& opt, CaseList& out) {
+    if (!kHaveFfht) {
+        std::fprintf(stderr, "qvngen-bench: built without FFHT (QVNGEN_FFHT_DIR), no Walsh-Hadamard table against it\n");
+        return;
+    }
+    AddCases(Reference::kFfht, opt, out);
+}
 
 }  // namespace qvnbench

@@ -154,14 +154,72 @@ std::string Transpose(LaneType type, const std::vector<std::string>& rows, const
            ", " + rows[1] + ");";
 }
 
+// --- 256-bit helpers -----------------------------------------------------------
+// A 256-bit vector is two 128-bit halves that each do what one SSE2 vector
+// does in the kernels above: the halves come from two addresses and go to two
+// addresses, and every shuffle stays within its half except where noted.
+
+// The vector whose low half is the 128-bit load at `lo` and high half the one at `hi`.
+std::string LoadHalves(LaneType type, const std::string& lo, const std::string& hi) {
+    const bool single = type.elem == ElemType::kFloat;
+    const std::string load = single ? "_mm_loadu_ps(" : "_mm_loadu_pd(";
+    return std::string(single ? "_mm256_set_m128(" : "_mm256_set_m128d(") + load + hi + "), " + load + lo + "))";
+}
+
+// Stores of the two halves of `value` at `lo` and `hi`.
+std::string StoreHalves(LaneType type, const std::string& lo, const std::string& hi, const std::string& value) {
+    const bool single = type.elem == ElemType::kFloat;
+    const std::string store = single ? "_mm_storeu_ps(" : "_mm_storeu_pd(";
+    return store + lo + ", " + (single ? "_mm256_castps256_ps128(" : "_mm256_castpd256_pd128(") + value + ")); " + store + hi +
+           ", " + (single ? "_mm256_extractf128_ps(" : "_mm256_extractf128_pd(") + value + ", 1));";
+}
+
+// The folded source for two lane groups at once: the first group in the low
+// halves, the next one (w complex indices on) in the high halves.
+FoldedLoads FoldedWideLoad(LaneType type, const std::string& name, const std::string& off) {
+    const std::string v = type.Name();
+    auto at = [&](const char* base, const char* sign, int k) { return std::string(base) + " " + sign + " " + off + " " + sign + " " + I(k); };
+    if (type.elem == ElemType::kFloat) {
+        // re: x[2m], m = 0..7: blocks 0, 2 and 1, 3 of the sixteen floats, even slots.
+        // im: x[N-1-2m]: the odd slots of the sixteen floats below, in reverse.
+        return {"const " + v + " " + name + "a = " + LoadHalves(type, "xr + " + off, at("xr", "+", 8)) + ", " + name + "b = " +
+                    LoadHalves(type, at("xr", "+", 4), at("xr", "+", 12)) + ";\nconst " + v + " " + name + "r = _mm256_shuffle_ps(" + name +
+                    "a, " + name + "b, _MM_SHUFFLE(2, 0, 2, 0));",
+                "const " + v + " " + name + "c = " + LoadHalves(type, at("xm", "-", 8), at("xm", "-", 16)) + ", " + name + "d = " +
+                    LoadHalves(type, at("xm", "-", 4), at("xm", "-", 12)) + ";\nconst " + v + " " + name + "i = _mm256_shuffle_ps(" + name +
+                    "d, " + name + "c, _MM_SHUFFLE(1, 3, 1, 3));"};
+    }
+    return {"const " + v + " " + name + "a = " + LoadHalves(type, "xr + " + off, at("xr", "+", 4)) + ", " + name + "b = " +
+                LoadHalves(type, at("xr", "+", 2), at("xr", "+", 6)) + ";\nconst " + v + " " + name + "r = _mm256_unpacklo_pd(" + name +
+                "a, " + name + "b);",
+            "const " + v + " " + name + "c = " + LoadHalves(type, at("xm", "-", 4), at("xm", "-", 8)) + ", " + name + "d = " +
+                LoadHalves(type, at("xm", "-", 2), at("xm", "-", 6)) + ";\nconst " + v + " " + name + "i = _mm256_unpackhi_pd(" + name +
+                "d, " + name + "c);"};
+}
+
+// Transpose() in each half of 256-bit rows.
+std::string TransposeHalves(LaneType type, const std::vector<std::string>& rows, const std::string& out) {
+    if (type.elem == ElemType::kFloat) {
+        const std::string& a = rows[0], &b = rows[1], &c = rows[2], &d = rows[3];
+        auto sh = [&](const std::string& x, const std::string& y, const char* sel) {
+            return "_mm256_shuffle_ps(" + out + x + ", " + out + y + ", _MM_SHUFFLE(" + sel + "))";
+        };
+        return "const __m256 " + out + "t0 = _mm256_unpacklo_ps(" + a + ", " + b + "), " + out + "t1 = _mm256_unpacklo_ps(" + c + ", " +
+               d + "), " + out + "t2 = _mm256_unpackhi_ps(" + a + ", " + b + "), " + out + "t3 = _mm256_unpackhi_ps(" + c + ", " + d +
+               ");\nconst __m256 " + out + "0 = " + sh("t0", "t1", "1, 0, 1, 0") + ", " + out + "1 = " + sh("t0", "t1", "3, 2, 3, 2") + ", " +
+               out + "2 = " + sh("t2", "t3", "1, 0, 1, 0") + ", " + out + "3 = " + sh("t2", "t3", "3, 2, 3, 2") + ";";
+    }
+    return "const __m256d " + out + "0 = _mm256_unpacklo_pd(" + rows[0] + ", " + rows[1] + "), " + out + "1 = _mm256_unpackhi_pd(" +
+           rows[0] + ", " + rows[1] + ");";
+}
+
 // Adds the statement defining <out>r, <out>i = (xr + i*xi)(c - i*s), the
 // rotation by a table (or constant) cosine and sine; `prelude` may define c
 // and s. Returns the instruction for BindInput.
 int AddConjRotation(LaneEmitter& e, const std::string& out, const std::string& xr, const std::string& xi, const std::string& c,
                     const std::string& s, std::vector<int> deps, const std::string& prelude = "") {
-    const bool single = e.type().elem == ElemType::kFloat;
-    const std::string add = single ? "_mm_add_ps" : "_mm_add_pd", sub = single ? "_mm_sub_ps" : "_mm_sub_pd",
-                      mul = single ? "_mm_mul_ps" : "_mm_mul_pd";
+    const std::string suffix = e.type().elem == ElemType::kFloat ? "_ps" : "_pd", pre = e.type().Prefix();
+    const std::string add = pre + "_add" + suffix, sub = pre + "_sub" + suffix, mul = pre + "_mul" + suffix;
     e.census().muls += 4;
     e.census().adds += 2;
     return e.AddHelper(prelude + "const " + e.type().Name() + " " + out + "r = " + add + "(" + mul + "(" + xr + ", " + c + "), " + mul +
@@ -299,8 +357,11 @@ Text DirectInLanes(int n, int r, LaneType type) {
 }
 
 // --- leaf: J of B points for one group of lanes per iteration ---------------
-Text Leaf(int b, LaneType type) {
-    const int w = type.Lanes();
+// The statements of one iteration and their census. A 256-bit type does two
+// lane groups, g in the low halves and g+1 in the high halves.
+std::pair<std::string, Census> LeafCode(int b, LaneType type, const std::string& indent) {
+    const bool wide = type.bits == 256;
+    const int w = wide ? type.Lanes() / 2 : type.Lanes();  // lanes of one group
     Dag dag;
     Signal f(b);
     for (int i = 0; i < b; ++i) f[i] = dag.Mul(dag.Load(i), Rotation(i, 4 * b, -1));
@@ -308,31 +369,68 @@ Text Leaf(int b, LaneType type) {
 
     LaneEmitter e(dag, type);
     for (int i = 0; i < b; ++i) {
-        FoldedLoads l = FoldedVectorLoad(type, "v" + I(i), I(i) + " * s2");
+        FoldedLoads l = wide ? FoldedWideLoad(type, "v" + I(i), I(i) + " * s2") : FoldedVectorLoad(type, "v" + I(i), I(i) + " * s2");
         int re = e.AddLoad(l.re), im = e.AddLoad(l.im);
         e.BindInput(i, re, im, "v" + I(i) + "r", "v" + I(i) + "i");
-        e.census().shuffles += 2;
-        e.census().loads += 2;
+        e.census().shuffles += wide ? 6 : 2;  // with the inserts of the upper halves
+        e.census().loads += wide ? 6 : 2;
     }
     e.Compute(j);
     for (int q = 0; q < b; ++q) {
         std::vector<int> deps;
         std::string re = e.Part(j[q], false, false, &deps), im = e.Part(j[q], true, false, &deps);
-        e.AddStore(Store(type, "o + " + I(q) + " * os", re) + " " + Store(type, "o + " + I(q) + " * os + " + I(w), im), deps);
-        e.census().stores += 1;
+        const std::string at = "o + " + I(q) + " * os";
+        if (wide) {
+            e.AddStore(StoreHalves(type, at, at + " + " + I(2 * w), re) + "\n" + StoreHalves(type, at + " + " + I(w), at + " + " + I(3 * w), im),
+                       deps);
+            e.census().stores += 3;
+        } else {
+            e.AddStore(Store(type, at, re) + " " + Store(type, at + " + " + I(w), im), deps);
+            e.census().stores += 1;
+        }
     }
+    return {e.Body(indent), e.census()};
+}
+
+// The loop of a leaf kernel over lane groups: the 128-bit code one group at
+// a time; with 256-bit code, two groups at a time and the 128-bit code for
+// an odd one left over. `head` defines the pointers of group g.
+std::string GroupLoop(const std::string& head, const std::string& narrow, const std::string& wide) {
+    auto pointers = [&](int at) {
+        std::string text;
+        for (size_t pos = 0, end = 0; end != std::string::npos; pos = end + 1) {
+            end = head.find('\n', pos);
+            text += std::string(at, ' ') + head.substr(pos, end - pos) + "\n";
+        }
+        return text;
+    };
+    if (wide.empty()) return "    for (int g = 0; g < groups; ++g) {\n" + pointers(8) + narrow + "    }\n";
+    return "    int g = 0;\n    for (; g + 2 <= groups; g += 2) {\n" + pointers(8) + wide + "    }\n" +
+           "    if (g < groups) {  // an odd group left over\n" + pointers(8) + narrow + "    }\n";
+}
+
+// `wide`: 256-bit code for pairs of groups (with the 128-bit code of `type`
+// for an odd group).
+Text Leaf(int b, LaneType type, bool wide = false) {
+    const int w = type.Lanes();
     const std::string t = type.Elem();
+    auto [narrow, census] = LeafCode(b, type, "        ");
+    std::string wide_code;
+    if (wide) {
+        LaneType wt = type;
+        wt.bits = 256;
+        auto [code, wc] = LeafCode(b, wt, "        ");
+        wide_code = code;
+        census = wc;
+    }
+    const std::string head = "const " + t + "* xr = x + 2 * (off + g * " + I(w) + ");\nconst " + t + "* xm = x + n - 2 * (off + g * " + I(w) +
+                             ");\n" + t + "* o = out + g * " + I(2 * w) + ";";
     Text k;
     k.signature = "template <>\nvoid Leaf<" + I(b) + ", " + t + ">(const " + t + "* x, int n, int off, int stride, int groups, " +
                   t + "* out, std::ptrdiff_t os)";
-    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n"
-             "    for (int g = 0; g < groups; ++g) {\n"
-             "        const " + t + "* xr = x + 2 * (off + g * " + I(w) + ");\n"
-             "        const " + t + "* xm = x + n - 2 * (off + g * " + I(w) + ");\n"
-             "        " + t + "* o = out + g * " + I(2 * w) + ";\n" +
-             e.Body("        ") + "    }\n";
-    k.census = e.census().Text();
-    k.scheme = "rotate by e^(-i*pi*b/(2B)), " + I(b) + "-point DFT";
+    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n" + GroupLoop(head, narrow, wide_code);
+    k.census = census.Text() + (wide ? " (two lane groups)" : "");
+    k.scheme = "rotate by e^(-i*pi*b/(2B)), " + I(b) + "-point DFT" + (wide ? ", two lane groups per 256-bit vector" : "");
     return k;
 }
 
@@ -455,13 +553,102 @@ Text Output(int r, LaneType type, bool pair) {
     return k;
 }
 
+// OutputPair with 256-bit vectors: q-group q in the low halves, qm in the
+// high halves, so one r-point DFT on whole vectors does both. The work rows
+// and table units of the two q-groups are 128-bit loads joined into one
+// vector; the transposes stay within the halves; for the stores the mirror
+// values have their halves exchanged (q's odd slots come from qm and back),
+// and each half is stored where its q-group goes.
+Text OutputPairWide(int r, LaneType type) {
+    const int w = type.Lanes() / 2;  // lanes of one q-group
+    const int groups = r / w;
+    const bool single = type.elem == ElemType::kFloat;
+    const std::string t = type.Elem(), v = type.Name();
+    Dag dag;
+    Signal a(r);
+    for (int i = 0; i < r; ++i) a[i] = dag.Load(i);
+    Signal out = Dft(dag, a);
+    for (int k = 0; k < r; ++k) out[k] = dag.Mul(out[k], Rotation(k, 4 * r, -1));
+    LaneEmitter e(dag, type);
+    for (int g = 0; g < groups; ++g) {
+        const std::string n = "g" + I(g);
+        std::string text;
+        for (int part = 0; part < 2; ++part) {
+            const char pc = part ? 'i' : 'r';
+            std::vector<std::string> rows;
+            text += "const " + v + " ";
+            for (int i = 0; i < w; ++i) {
+                rows.push_back(n + pc + "row" + I(i));
+                auto row = [&](const char* qv) {
+                    return "work + ((" + std::string(qv) + " * " + I(w) + " + " + I(i) + ") * " + I(groups) + " + " + I(g) + ") * " + I(2 * w) +
+                           (part ? " + " + I(w) : "");
+                };
+                text += std::string(i ? ", " : "") + rows.back() + " = " + LoadHalves(type, row("q"), row("qm"));
+            }
+            text += ";\n" + TransposeHalves(type, rows, n + pc);
+            e.census().shuffles += (single ? 8 : 2) + w;
+            if (!part) text += "\n";
+        }
+        int load = e.AddLoad(text);
+        e.census().loads += 4 * w - 1;
+        for (int l = 0; l < w; ++l) {
+            const int ph = g * w + l;
+            auto unit = [&](const char* qv, bool sine) {
+                return "rot + (" + std::string(qv) + " * " + I(r) + " + " + I(ph) + ") * " + I(2 * w) + (sine ? " + " + I(w) : "");
+            };
+            const std::string c = "c" + I(ph), sn = "s" + I(ph);
+            int tl = e.AddLoad("const " + v + " " + c + " = " + LoadHalves(type, unit("q", false), unit("qm", false)) + ", " + sn + " = " +
+                               LoadHalves(type, unit("q", true), unit("qm", true)) + ";");
+            e.census().loads += 3;
+            e.census().shuffles += 2;
+            const std::string xr = n + "r" + I(l), xi = n + "i" + I(l), u = "u" + I(ph);
+            const int h = AddConjRotation(e, u, xr, xi, c, sn, {load, tl});
+            e.BindInput(ph, h, u + "r", u + "i");
+        }
+    }
+    e.Compute(out);
+    // y[2j] = Re W[j] and y[2j+1] = -Im W[L-1-j], as in Output(); the mirror
+    // of the low half (q) is the high half (qm) and back, so the odd values
+    // are the vector of r-1-k with its halves exchanged (for float, with the
+    // lane reversal, one full reversal of the eight lanes).
+    for (int k = 0; k < r; ++k) {
+        std::vector<int> deps;
+        const std::string even = e.Part(out[k], false, false, &deps);
+        const std::string odd = e.Part(out[r - 1 - k], true, true, &deps);
+        const std::string at0 = "y + 2 * (q * " + I(w) + " + b * " + I(k) + ")", at1 = "y + 2 * (qm * " + I(w) + " + b * " + I(k) + ")";
+        if (single) {
+            e.AddStore("{\n    const __m256 o = _mm256_permutevar8x32_ps(" + odd + ", _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));\n" +
+                           "    const __m256 lo = _mm256_unpacklo_ps(" + even + ", o), hi = _mm256_unpackhi_ps(" + even + ", o);\n    " +
+                           StoreHalves(type, at0, at1, "lo") + "\n    " + StoreHalves(type, at0 + " + 4", at1 + " + 4", "hi") + "\n}",
+                       deps);
+            e.census().shuffles += 3;
+        } else {
+            e.AddStore("{\n    const __m256d o = _mm256_permute4x64_pd(" + odd + ", 0x4E);\n" +
+                           "    const __m256d lo = _mm256_shuffle_pd(" + even + ", o, 0xA), hi = _mm256_shuffle_pd(" + even + ", o, 0x5);\n    " +
+                           StoreHalves(type, at0, at1, "lo") + "\n    " + StoreHalves(type, at0 + " + 2", at1 + " + 2", "hi") + "\n}",
+                       deps);
+            e.census().shuffles += 3;
+        }
+        e.census().stores += 3;  // four 128-bit stores
+    }
+    Text k;
+    k.signature = "template <>\nvoid OutputPair<" + I(r) + ", " + t + ">(const " + t + "* work, const " + t + "* rot, " + t +
+                  "* y, int b, int q, int qm)";
+    k.body = e.Body("    ");
+    k.census = e.census().Text();
+    k.scheme = "q and qm in the halves of " + v + ": transpose, table rotations, " + I(r) + "-point DFT, rotate by e^(-i*pi*t/(2r))";
+    return k;
+}
+
 std::string Prec(bool single) { return single ? "32f" : "64f"; }
 
 }  // namespace
 
 int Dct4FileCount() { return static_cast<int>(sizeof kKernels / sizeof kKernels[0]); }
 
-GeneratedFile Dct4File(int index, bool single, Isa /*isa*/) {
+GeneratedFile Dct4File(int index, bool single, Isa isa) {
+    // 256-bit vectors for x86-64-v3 (and v4 until it has its own kernels).
+    const bool wide = isa != Isa::kX86_64;
     KernelId id = kKernels[index];
     // Single precision has at least 4 phases (one vector); its radix-2 slot
     // holds nothing.
@@ -491,17 +678,25 @@ GeneratedFile Dct4File(int index, bool single, Isa /*isa*/) {
             stem = "direct";
             break;
         case KernelKind::kLeaf:
-            texts.push_back(Leaf(id.size, vec));
+            texts.push_back(Leaf(id.size, vec, wide));
             what = "phase transform J of " + I(id.size) + " points, one phase per lane";
             stem = "leaf";
             break;
         case KernelKind::kStep:
+            // 128-bit in every build: two lane groups per 256-bit vector,
+            // from 128-bit halves, measured slower (4096 and 8192 points).
             texts.push_back(Step(id.size, vec));
             what = "radix-" + I(id.size) + " recombination of a phase transform, one phase per lane";
             stem = "step";
             break;
         case KernelKind::kOutput:
-            texts.push_back(Output(id.size, vec, true));
+            if (wide) {
+                LaneType wt = vec;
+                wt.bits = 256;
+                texts.push_back(OutputPairWide(id.size, wt));
+            } else {
+                texts.push_back(Output(id.size, vec, true));
+            }
             texts.push_back(Output(id.size, vec, false));
             what = "output stage of radix " + I(id.size) + ", one q per lane";
             stem = "output";
@@ -518,7 +713,7 @@ GeneratedFile Dct4File(int index, bool single, Isa /*isa*/) {
         file.census += "dct4 " + fn + ": " + k.census + "\n";
         bodies += k.signature + " {\n" + k.body + "}\n\n";
     }
-    file.text = head + "#include <emmintrin.h>\n\n#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\nnamespace qvn::dct4 {\n\n" + bodies +
+    file.text = head + (wide ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") + "#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\nnamespace qvn::dct4 {\n\n" + bodies +
                 "}  // namespace qvn::dct4\n";
     return file;
 }

@@ -8,14 +8,15 @@ namespace gen {
 
 std::string LaneType::Name() const {
     if (!vector) return elem == ElemType::kFloat ? "float" : "double";
-    return elem == ElemType::kFloat ? "__m128" : "__m128d";
+    const std::string base = bits == 256 ? "__m256" : "__m128";
+    return elem == ElemType::kFloat ? base : base + "d";
 }
 
 std::string LaneEmitter::Op(const char* op, const std::string& a, const std::string& b) const {
     if (!type_.vector) return a + " " + op + " " + b;
     const char* suffix = type_.elem == ElemType::kFloat ? "ps" : "pd";
     const char* name = op[0] == '+' ? "add" : op[0] == '-' ? "sub" : "mul";
-    return std::string("_mm_") + name + "_" + suffix + "(" + a + ", " + b + ")";
+    return type_.Prefix() + "_" + name + "_" + suffix + "(" + a + ", " + b + ")";
 }
 
 int LaneEmitter::AddLoad(const std::string& text, std::vector<int> deps) {
@@ -38,7 +39,7 @@ LaneEmitter::Part_ LaneEmitter::Constant(Real c) {
     std::string name = prefix_ + "kC" + std::to_string(constants_.size());
     constants_.emplace(lit, name);
     std::string value = lit;
-    if (type_.vector) value = std::string(type_.elem == ElemType::kFloat ? "_mm_set1_ps(" : "_mm_set1_pd(") + lit + ")";
+    if (type_.vector) value = type_.Prefix() + (type_.elem == ElemType::kFloat ? "_set1_ps(" : "_set1_pd(") + lit + ")";
     const_defs_ += "const " + type_.Name() + " " + name + " = " + value + ";  // " + DecimalText(c, type_.elem) + "\n";
     return {name};
 }
@@ -145,8 +146,8 @@ std::string LaneEmitter::Part(const Value& v, bool imag, bool negate, std::vecto
     if (it == negations_.end()) {
         const bool single = type_.elem == ElemType::kFloat;
         std::string text = "const " + type_.Name() + " n" + p.var + " = " +
-                           (single ? "_mm_xor_ps(" + p.var + ", _mm_set1_ps(-0.0f));"
-                                   : "_mm_xor_pd(" + p.var + ", _mm_set1_pd(-0.0));");
+                           (single ? type_.Prefix() + "_xor_ps(" + p.var + ", " + type_.Prefix() + "_set1_ps(-0.0f));"
+                                   : type_.Prefix() + "_xor_pd(" + p.var + ", " + type_.Prefix() + "_set1_pd(-0.0));");
         ++prog_.census.adds;
         it = negations_.emplace(p.var, prog_.Add(Program::Kind::kCompute, text, {p.instr})).first;
     }

@@ -1,7 +1,7 @@
 // Lane-parallel emitter: every complex DAG node becomes two variables, its
 // real and its imaginary part, of one lane type: a scalar (float, double) or
-// an SSE2 vector (__m128, __m128d) whose lanes run independent copies of the
-// same transform. Nothing is ever shuffled between lanes here, so the DAG maps
+// a vector (__m128, __m128d; __m256, __m256d) whose lanes run independent
+// copies of the same transform. Nothing is ever shuffled between lanes here, so the DAG maps
 // one real operation to one instruction.
 //
 // Signs travel with the parts, as they do on the DAG's edges: a part may be
@@ -28,9 +28,11 @@ namespace gen {
 struct LaneType {
     ElemType elem;
     bool vector;
-    std::string Name() const;  // float, double, __m128, __m128d
+    int bits = 128;  // vector width: 128 (SSE2) or 256 (AVX)
+    std::string Name() const;  // float, double, __m128, __m128d, __m256, __m256d
     std::string Elem() const { return elem == ElemType::kFloat ? "float" : "double"; }
-    int Lanes() const { return vector ? (elem == ElemType::kFloat ? 4 : 2) : 1; }
+    int Lanes() const { return vector ? bits / (elem == ElemType::kFloat ? 32 : 64) : 1; }
+    std::string Prefix() const { return bits == 256 ? "_mm256" : "_mm"; }  // of the intrinsics
 };
 
 class LaneEmitter {

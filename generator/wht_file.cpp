@@ -9,6 +9,16 @@
 // work area: contiguous rows first, then columns a few lanes at a time, the
 // largest ones with a middle pass; every pass is a short loop around a
 // straight-line kernel written here.
+//
+// Wider vectors (256 bits: 8 floats or 4 doubles) are two 128-bit blocks.
+// The bits inside a block are done as above, with in-block shuffles. The
+// block bit is the row's top bit: vector k of a row holds block k and block
+// k + count (count = vectors per row), so every bit in between is a
+// butterfly between whole vectors, and the top bit, the last one, pairs two
+// vectors by their halves (one cross-half permute per vector) and stores
+// the halves where they belong. Columns need no shuffle at all. Every
+// element sees the same sums in the same order, with the same operand
+// order, as in the 128-bit kernels, so the results are the same bits.
 #include "wht_file.h"
 
 #include <cmath>
@@ -20,15 +30,26 @@
 namespace gen {
 namespace {
 
+// Vector shape of one target: element type, vector type, intrinsic prefix
+// and suffix, elements per vector and per 128-bit block.
 struct Prec {
     bool single;
     const char* real;
     const char* vec;
     const char* suffix;
     int lanes;
+    const char* prefix = "_mm";
+    int block = 0;  // elements per 128-bit block; 0: lanes (one block)
+    int Block() const { return block ? block : lanes; }
+    bool Wide() const { return Block() != lanes; }
+    // The 128-bit type of one block.
+    const char* half() const { return single ? "__m128" : "__m128d"; }
 };
 
-Prec PrecOf(bool single) {
+Prec PrecOf(bool single, Isa isa) {
+    if (isa != Isa::kX86_64)  // 256 bits; x86-64-v4 takes these until it has 512-bit kernels
+        return single ? Prec{true, "float", "__m256", "ps", 8, "_mm256", 4}
+                      : Prec{false, "double", "__m256d", "pd", 4, "_mm256", 2};
     return single ? Prec{true, "float", "__m128", "ps", 4} : Prec{false, "double", "__m128d", "pd", 2};
 }
 
@@ -39,7 +60,8 @@ public:
     std::string New() { return "t" + std::to_string(next_++); }
     std::string Op(const char* op, const std::string& a, const std::string& b) {
         std::string t = New();
-        line("const " + std::string(p_.vec) + " " + t + " = _mm_" + op + "_" + p_.suffix + "(" + a + ", " + b + ");");
+        line("const " + std::string(p_.vec) + " " + t + " = " + p_.prefix + "_" + op + "_" + p_.suffix + "(" + a + ", " + b +
+             ");");
         return t;
     }
     // Butterflies between the values whose positions differ in bit `stride`.
@@ -62,13 +84,15 @@ public:
     // One shuffle, one xor and one add per bit; the xor runs on any FP pipe,
     // which leaves the shuffle pipes less crowded than a transpose would.
     void LaneStages(std::vector<std::string>& v) {
-        comment("bits inside each vector");
+        comment(p_.Wide() ? "bits inside each 128-bit block" : "bits inside each vector");
+        const std::string sh = std::string(p_.prefix) + "_shuffle_" + p_.suffix + "(";
         for (std::string& x : v) {
             if (p_.single) {
-                x = LaneButterfly(x, "_mm_shuffle_ps(" + x + ", " + x + ", _MM_SHUFFLE(1, 0, 3, 2))", "neg_hi_half");
-                x = LaneButterfly(x, "_mm_shuffle_ps(" + x + ", " + x + ", _MM_SHUFFLE(2, 3, 0, 1))", "neg_odd");
+                x = LaneButterfly(x, sh + x + ", " + x + ", _MM_SHUFFLE(1, 0, 3, 2))", "neg_hi_half");
+                x = LaneButterfly(x, sh + x + ", " + x + ", _MM_SHUFFLE(2, 3, 0, 1))", "neg_odd");
             } else {
-                x = LaneButterfly(x, "_mm_shuffle_pd(" + x + ", " + x + ", 1)", "neg_odd");
+                // One selector bit per element: swap within every block.
+                x = LaneButterfly(x, sh + x + ", " + x + ", " + (p_.Wide() ? "5" : "1") + ")", "neg_odd");
             }
         }
     }
@@ -77,8 +101,8 @@ public:
         census.adds += 1;
         census.shuffles += 2;  // the shuffle and the xor
         std::string t = New();
-        line("const " + std::string(p_.vec) + " " + t + " = _mm_add_" + p_.suffix + "(" + partner + ", _mm_xor_" +
-             p_.suffix + "(" + x + ", " + mask + "));");
+        line("const " + std::string(p_.vec) + " " + t + " = " + p_.prefix + "_add_" + p_.suffix + "(" + partner + ", " +
+             p_.prefix + "_xor_" + p_.suffix + "(" + x + ", " + mask + "));");
         return t;
     }
     void line(const std::string& s) { text += "    " + s + "\n"; }
@@ -100,9 +124,15 @@ private:
 // then the vectors that share those low bits are butterflied on the high
 // bits and stored. All loads come before the first store, so `in` may be
 // `out`. Returns the code; the census goes to `census`.
+//
+// Wide rows (`lanes_too` with blocks narrower than the vector) hold blocks k
+// and k + count in vector k, `step` being the block; they end with the top
+// bit between the halves (see the head of the file). Wide columns load and
+// store whole vectors, unaligned: the aligned body only knows 16 bytes.
 std::string BlockedTransform(const Prec& p, int count, const std::string& step, bool lanes_too, bool scaled,
                              Census& census) {
     Writer w(p);
+    const bool halves = p.Wide() && lanes_too;
     int low = 1;
     while (low < count && low < 8) low <<= 1;
     const int groups = count / low;
@@ -112,8 +142,20 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         for (int i = 0; i < low; ++i) {
             int index = g * low + i;
             std::string t = w.New();
-            w.line("const " + std::string(p.vec) + " " + t + " = Mem::Load(in + " + std::to_string(index) + " * " +
-                   step + ");");
+            if (!p.Wide()) {
+                w.line("const " + std::string(p.vec) + " " + t + " = Mem::Load(in + " + std::to_string(index) + " * " +
+                       step + ");");
+            } else if (halves) {
+                // Blocks `index` and `index + count` of the row.
+                w.line("const " + std::string(p.vec) + " " + t + " = " + p.prefix + "_set_m128" +
+                       (p.single ? "" : "d") + "(Mem::Load(in + " + std::to_string(index + count) + " * " + step +
+                       "), Mem::Load(in + " + std::to_string(index) + " * " + step + "));");
+                w.census.loads += 1;
+                w.census.shuffles += 1;  // the insert of the upper half
+            } else {
+                w.line("const " + std::string(p.vec) + " " + t + " = " + p.prefix + "_loadu_" + p.suffix + "(in + " +
+                       std::to_string(index) + " * " + step + ");");
+            }
             group.push_back(t);
         }
         w.census.loads += low;
@@ -130,11 +172,53 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         w.AllStages(set);
         for (int g = 0; g < groups; ++g) v[g * low + r] = set[g];
     }
-    for (int i = 0; i < count; ++i) {
-        std::string value = scaled ? "_mm_mul_" + std::string(p.suffix) + "(" + v[i] + ", s)" : v[i];
-        w.line("Mem::Store(out + " + std::to_string(i) + " * " + step + ", " + value + ");");
+    if (halves) {
+        // The top bit, between the halves: vectors 2i and 2i+1 regrouped as
+        // (low halves, high halves), the butterfly, then each half stored as
+        // the block it is: the sums are blocks 2i and 2i+1, the differences
+        // blocks 2i + count and 2i+1 + count.
+        w.comment("top bit, between the 128-bit halves");
+        const std::string perm = std::string(p.prefix) + "_permute2f128_" + p.suffix + "(";
+        std::vector<std::string> out(count);
+        for (int i = 0; i < count; i += 2) {
+            const std::string lo = w.New(), hi = w.New();
+            w.line("const " + std::string(p.vec) + " " + lo + " = " + perm + v[i] + ", " + v[i + 1] + ", 0x20), " + hi +
+                   " = " + perm + v[i] + ", " + v[i + 1] + ", 0x31);");
+            w.census.shuffles += 2;
+            std::vector<std::string> pair{lo, hi};
+            w.Stage(pair, 1);
+            out[i] = pair[0];
+            out[i + 1] = pair[1];
+        }
+        const std::string cast = p.single ? "_mm256_castps256_ps128(" : "_mm256_castpd256_pd128(";
+        const std::string extract = std::string(p.prefix) + "_extractf128_" + p.suffix + "(";
+        for (int i = 0; i < count; i += 2)
+            for (int k = 0; k < 2; ++k) {
+                const std::string& value0 = out[i + k];
+                std::string value = value0;
+                if (scaled) {
+                    value = w.New();
+                    w.line("const " + std::string(p.vec) + " " + value + " = " + p.prefix + "_mul_" + p.suffix + "(" +
+                           value0 + ", s);");
+                }
+                const int lo_block = i + k * count, hi_block = i + 1 + k * count;
+                w.line("Mem::Store(out + " + std::to_string(lo_block) + " * " + step + ", " + cast + value + "));");
+                w.line("Mem::Store(out + " + std::to_string(hi_block) + " * " + step + ", " + extract + value +
+                       ", 1));");
+            }
+        w.census.stores += 2 * count;
+    } else {
+        for (int i = 0; i < count; ++i) {
+            std::string value =
+                scaled ? std::string(p.prefix) + "_mul_" + std::string(p.suffix) + "(" + v[i] + ", s)" : v[i];
+            if (p.Wide())
+                w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(i) + " * " + step +
+                       ", " + value + ");");
+            else
+                w.line("Mem::Store(out + " + std::to_string(i) + " * " + step + ", " + value + ");");
+        }
+        w.census.stores += count;
     }
-    w.census.stores += count;
     if (scaled) w.census.muls += count;
     census = w.census;
     std::string masks;
@@ -142,6 +226,8 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         std::string def = m == "neg_hi_half" ? "qvn::SignMaskPs(false, false, true, true)"
                           : p.single        ? "qvn::SignMaskPs(false, true, false, true)"
                                             : "qvn::SignMaskPd(false, true)";
+        if (p.Wide())  // the same mask in every block
+            def = std::string(p.prefix) + "_set_m128" + (p.single ? "" : "d") + "(" + def + ", " + def + ")";
         masks += "    const " + std::string(p.vec) + " " + m + " = " + def + ";\n";
     }
     return masks + w.text;
@@ -149,7 +235,7 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
 
 // Transform of n contiguous values, in registers: in -> out, scaled or not.
 std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name, Census& census) {
-    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(p.lanes), true, scaled, census);
+    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(p.Block()), true, scaled, census);
     std::string sig = scaled ? ", " + std::string(p.vec) + " s" : "";
     return "template <class Mem>\ninline void " + name + "(const " + p.real + "* in, " + p.real + "* out" + sig +
            ") {\n" + body + "}\n\n";
@@ -202,6 +288,34 @@ std::string ScalarBody(const Prec& p, int n, Census& census) {
     return text;
 }
 
+// The order that fills exactly one 256-bit vector (8 floats), which the
+// 128-bit build does in scalar code: the bits in the scalar code's order
+// (0, 1, then 2 across the halves), each as a butterfly with a permuted copy.
+std::string OneVectorBody(const Prec& p, Census& census) {
+    const std::string v = p.vec, pre = p.prefix, sfx = p.suffix;
+    std::string text = "    const " + v + " x0 = " + pre + "_loadu_" + sfx + "(x);\n";
+    struct Bit {
+        std::string partner, mask;
+    };
+    const std::vector<Bit> bits = {
+        {pre + "_shuffle_" + sfx + "(x0, x0, _MM_SHUFFLE(2, 3, 0, 1))", "qvn::SignMaskPs(false, true, false, true), qvn::SignMaskPs(false, true, false, true)"},
+        {pre + "_shuffle_" + sfx + "(x1, x1, _MM_SHUFFLE(1, 0, 3, 2))", "qvn::SignMaskPs(false, false, true, true), qvn::SignMaskPs(false, false, true, true)"},
+        {pre + "_permute2f128_" + sfx + "(x2, x2, 1)", "qvn::SignMaskPs(true, true, true, true), qvn::SignMaskPs(false, false, false, false)"},
+    };
+    for (size_t b = 0; b < bits.size(); ++b) {
+        const std::string x = "x" + std::to_string(b), y = "x" + std::to_string(b + 1);
+        text += "    // bit " + std::to_string(b) + "\n    const " + v + " " + y + " = " + pre + "_add_" + sfx + "(" + bits[b].partner + ", " + pre +
+                "_xor_" + sfx + "(" + x + ", " + pre + "_set_m128(" + bits[b].mask + ")));\n";
+        census.adds += 1;
+        census.shuffles += 2;
+    }
+    text += "    " + std::string(pre) + "_storeu_" + sfx + "(y, " + pre + "_mul_" + sfx + "(x3, " + pre + "_set1_" + sfx + "(scale)));\n";
+    census.loads += 1;
+    census.stores += 1;
+    census.muls += 1;
+    return text;
+}
+
 // Row and column lengths of the passes (row = contiguous, the last one
 // first): orders 8..11 (float) and 8..10 (double) in two passes, the larger
 // ones in three.
@@ -241,7 +355,7 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
     census.shuffles += c.shuffles * (n / row);
     census.loads += c.loads * (n / row);
     census.stores += c.stores * (n / row);
-    std::string vs = "_mm_set1_" + std::string(p.suffix) + "(scale)";
+    std::string vs = std::string(p.prefix) + "_set1_" + std::string(p.suffix) + "(scale)";
     body += "    const " + std::string(p.vec) + " s = " + vs + ";\n";
     body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area.\n";
     body += "    for (int r = 0; r < " + std::to_string(n / row) + "; ++r) Row" + std::to_string(row) +
@@ -288,11 +402,14 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
 
 }  // namespace
 
-GeneratedFile WhtFile(int order, bool single, Isa /*isa*/) {
-    const Prec p = PrecOf(single);
+GeneratedFile WhtFile(int order, bool single, Isa isa) {
+    const Prec p = PrecOf(single, isa);
     const int n = 1 << order;
     const std::string prec = single ? "32f" : "64f";
-    const bool scalar = single ? order <= 3 : order <= 2;
+    // Order 3 in single precision fills one 256-bit vector: a kernel of its
+    // own there. The orders below one vector are scalar code.
+    const bool one_vector = p.Wide() && single && n == p.lanes;
+    const bool scalar = !one_vector && (single ? order <= 3 : order <= 2);
     const bool passes = order >= 8;
     const ElemType type = single ? ElemType::kFloat : ElemType::kDouble;
 
@@ -300,13 +417,17 @@ GeneratedFile WhtFile(int order, bool single, Isa /*isa*/) {
     file.name = "wht_" + std::to_string(order) + "_" + prec + ".cpp";
     std::string kernels, body, layout;
     Census census;
-    if (scalar) {
+    if (one_vector) {
+        layout = "AVX, one vector";
+        body = OneVectorBody(p, census);
+    } else if (scalar) {
         layout = "scalar";
         body = ScalarBody(p, n, census);
     } else if (!passes) {
-        layout = std::string("SSE2 in registers, ") + std::to_string(p.lanes) + " values per vector";
+        layout = std::string(p.Wide() ? "AVX" : "SSE2") + " in registers, " + std::to_string(p.lanes) +
+                 " values per vector";
         kernels = RowKernel(p, n, true, "Transform", census);
-        body = "    Transform<Mem>(x, y, _mm_set1_" + std::string(p.suffix) + "(scale));\n";
+        body = "    Transform<Mem>(x, y, " + std::string(p.prefix) + "_set1_" + std::string(p.suffix) + "(scale));\n";
     } else {
         layout = "passes";
         body = PassesBody(p, order, kernels, census);
@@ -315,13 +436,13 @@ GeneratedFile WhtFile(int order, bool single, Isa /*isa*/) {
     const double inv_n = 1.0 / n, inv_sqrt = 1.0 / std::sqrt(static_cast<double>(n));
     std::string scales = "{" + HexLiteral(1.0L, type) + ", " + HexLiteral(inv_n, type) + " /* " + DecimalText(inv_n, type) +
                          " */, " + HexLiteral(inv_sqrt, type) + " /* " + DecimalText(inv_sqrt, type) + " */}";
-    const bool two_bodies = !scalar;
+    const bool two_bodies = !scalar && !one_vector;  // those two load and store without alignment
     file.census = "qvngWHT_" + std::to_string(order) + "_" + prec + ": " + census.Text() + "\n";
     file.text = "// Generated by qvngen-gen wht -- do not edit.\n"
                 "// Walsh-Hadamard transform, order " + std::to_string(order) + " (" + std::to_string(n) +
                 " points), " + (single ? "single" : "double") + " precision (" + layout + ").\n"
                 "// " + census.Text() + "\n"
-                "#include <emmintrin.h>\n\n"
+                + (p.Wide() ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/sse_access.h\"\n"
                 "#include \"frame/wht_entry.h\"\n\n"
                 "namespace {\n\n"
