@@ -1,11 +1,13 @@
 #include "complex_dft_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
 #include "algorithms.h"
 #include "emit.h"
 #include "recipe.h"
+#include "vector_shape.h"
 
 namespace gen {
 namespace {
@@ -28,7 +30,30 @@ std::string ScaleSetText(int n, ElemType type) {
 
 namespace {
 
-GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
+// Baseline (SSE2) kernels: scalar single precision up to N = 5, then two
+// complex floats per __m128; one complex double per __m128d. The wider
+// targets run two complex doubles per __m256d from N = 6. In single
+// precision they keep the scalar kernels and, from N = 6, take four complex
+// floats per __m256 where that kernel's census promises to be faster than
+// the two-per-__m128 one (the shuffles a DAG needs to fill four slots can
+// cost more than the halved arithmetic saves). The estimate, in half
+// cycles: two vector FP operations per cycle, one shuffle.
+int EstimatedCycles(const Census& c) { return std::max(c.adds + c.muls, 2 * c.shuffles); }
+
+bool QuadPays(int n, const std::string& recipe_text) {
+    const Recipe recipe = ParseRecipe(recipe_text);
+    for (int dir = 0; dir < 2; ++dir) {
+        Dag dag;
+        Signal x(n);
+        for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
+        Signal y = Transform(dag, recipe, x, dir == 0 ? -1 : +1);
+        KernelInput in{dag, y, n, "k"};
+        if (EstimatedCycles(EmitQuad(in, AvxQuadFloat()).census) >= EstimatedCycles(EmitSsePaired(in).census))
+            return false;
+    }
+    return true;
+}
+GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
     if (recipe.length != n) throw std::runtime_error("recipe length mismatch for " + std::to_string(n));
     const bool scalar = single && n <= 5;
@@ -36,13 +61,23 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
     const char* real = single ? "float" : "double";
     const std::string prec = single ? "32fc" : "64fc";
     const ElemType type = single ? ElemType::kFloat : ElemType::kDouble;
+    // Up to N = 5 a double kernel is a short dependency chain: pairing only
+    // adds shuffles to it (measured 5-30% slower), so it keeps its SSE2 text.
+    const bool avx_double = !single && isa != Isa::kX86_64 && n > 5;
+    const bool avx_single = single && !scalar && isa != Isa::kX86_64 && QuadPays(n, recipe_text);
+    const bool avx = avx_double || avx_single;
+    // Bodies for any alignment: the 256-bit kernels load and store unaligned
+    // throughout, so they need no aligned twin.
+    const bool two_bodies = !scalar && !avx;
 
     GeneratedFile file;
     file.name = "dft_c_" + std::to_string(n) + "_" + prec + ".cpp";
     std::string layout = scalar ? (products_in_double ? "scalar, constant products formed in double"
                                                       : "scalar single precision")
-                                : single ? "SSE2, two complex values per __m128"
-                                         : "SSE2, one complex value per __m128d";
+                                : avx_single ? "AVX, four complex values per __m256"
+                                : single    ? "SSE2, two complex values per __m128"
+                                : avx_double ? "AVX, two complex values per __m256d"
+                                             : "SSE2, one complex value per __m128d";
     std::string kernels, entries, census_comment;
     for (int dir = 0; dir < 2; ++dir) {
         const bool forward = dir == 0;
@@ -52,7 +87,11 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
         for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
         Signal y = Transform(dag, recipe, x, forward ? -1 : +1);
         KernelInput in{dag, y, n, forward ? "kForwardConstants" : "kInverseConstants"};
-        KernelText k = scalar ? EmitScalar(in, products_in_double) : single ? EmitSsePaired(in) : EmitSseDouble(in);
+        KernelText k = scalar       ? EmitScalar(in, products_in_double)
+                       : avx_single ? EmitQuad(in, AvxQuadFloat())
+                       : single     ? EmitSsePaired(in)
+                       : avx_double ? EmitPaired(in, AvxPairDouble())
+                                    : EmitSseDouble(in);
 
         const std::string export_name =
             std::string("qvngDFT") + (forward ? "Fwd" : "Inv") + "_CToC_" + std::to_string(n) + "_" + prec;
@@ -62,9 +101,10 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
         kernels += "template <class Mem>\ninline void " + fn + "(const " + real + "* x, " + real + "* y, " + real +
                    " scale) {\n" + k.body + "}\n\n";
         std::string alias = fn + "Kernel";
+        const std::string bodies = avx ? fn + "<qvn::Unaligned256>, " + fn + "<qvn::Unaligned256>"
+                                              : fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>";
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
-                   ", " + real + ", kScales, " + (scalar ? "false" : "true") + ", " + fn + "<qvn::AlignedAccess>, " +
-                   fn + "<qvn::UnalignedAccess>>;\n\n";
+                   ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
         entries += "QVN_DEFINE_COMPLEX_ENTRY(" + export_name + ", " + alias + ")\n";
     }
 
@@ -72,9 +112,9 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
                 "// Complex DFT, N = " + std::to_string(n) + ", " + (single ? "single" : "double") +
                 " precision (" + layout + ").\n"
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
-                "#include <emmintrin.h>\n\n"
-                "#include \"frame/complex_entry.h\"\n"
-                "#include \"frame/sse_access.h\"\n\n"
+                (avx ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
+                "#include \"frame/complex_entry.h\"\n" +
+                (avx ? "#include \"frame/avx_complex_access.h\"\n\n" : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"
                 "constexpr qvn::ScaleSet<" + real + "> kScales = " + ScaleSetText(n, type) + ";\n\n" +
                 kernels + "}  // namespace\n\n" + entries;
@@ -83,13 +123,13 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text) {
 
 }  // namespace
 
-GeneratedFile ComplexDftFile(int n, bool single, Isa /*isa*/) {
+GeneratedFile ComplexDftFile(int n, bool single, Isa isa) {
     const ComplexDftRow& row = RowFor(n);
-    return BuildFile(n, single, single ? row.single : row.dbl);
+    return BuildFile(n, single, single ? row.single : row.dbl, isa);
 }
 
 std::string ExploreComplexDft(int n, bool single, const std::string& recipe) {
-    return BuildFile(n, single, recipe).census;
+    return BuildFile(n, single, recipe, Isa::kX86_64).census;
 }
 
 }  // namespace gen

@@ -116,6 +116,7 @@ Value Dag::Mul(Value x, Cx w) {
 }
 
 void Dag::MarkSiblings(const std::vector<std::pair<int, int>>& ranges, int depth) {
+    siblings_.push_back(Siblings{depth, ranges});
     for (size_t i = 0; i + 1 < ranges.size(); i += 2) {
         auto [a, a_end] = ranges[i];
         auto [b, b_end] = ranges[i + 1];

@@ -80,6 +80,13 @@ public:
     // neighbours (0, 1), (2, 3), ... become twins where their nodes match.
     void MarkSiblings(const std::vector<std::pair<int, int>>& ranges, int depth);
     const std::vector<Twins>& twins() const { return twins_; }
+    // Every group of siblings MarkSiblings saw, matching or not: the node
+    // ranges [begin, end) of one stage's sub-transforms, in order.
+    struct Siblings {
+        int depth;
+        std::vector<std::pair<int, int>> ranges;
+    };
+    const std::vector<Siblings>& siblings() const { return siblings_; }
 
     // Labels for the generated code: the node id where a stage of the
     // algorithm starts, and what it computes ("16-point ct(4, 4), column 3").
@@ -90,6 +97,7 @@ private:
     int Intern(const Node& n);
     std::vector<Node> nodes_;
     std::vector<Twins> twins_;
+    std::vector<Siblings> siblings_;
     std::multimap<int, std::string> labels_;
     std::map<std::tuple<int, int, int, int, Real, Real>, int> index_;
 };

@@ -4,7 +4,11 @@
 //              (optionally with every constant product formed in double);
 //   sse2 pd    double precision: one complex value per __m128d;
 //   sse2 ps    single precision: two complex values per __m128, pairing
-//              isomorphic independent operations level by level.
+//              isomorphic independent operations level by level;
+//   paired     the same pairing for any two-slot shape (vector_shape.h),
+//              e.g. two complex doubles per __m256d;
+//   quad       four complex values per register (emit_quad.cpp), e.g. four
+//              complex floats per __m256.
 // Every output is multiplied by the scale as its last operation.
 #pragma once
 
@@ -31,6 +35,10 @@ struct KernelInput {
 KernelText EmitScalar(const KernelInput& in, bool products_in_double);
 KernelText EmitSseDouble(const KernelInput& in);
 KernelText EmitSsePaired(const KernelInput& in);
+class PairShape;
+KernelText EmitPaired(const KernelInput& in, const PairShape& shape);
+class QuadShape;
+KernelText EmitQuad(const KernelInput& in, const QuadShape& shape);
 
 // Nodes the outputs depend on, in topological order (ids ascending).
 std::vector<int> ReachableNodes(const Dag& dag, const Signal& outputs);

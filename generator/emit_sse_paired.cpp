@@ -1,6 +1,8 @@
-// SSE2 emitter for single precision: two complex values per __m128, lanes
-// (re0, im0, re1, im1). Which two operations share a vector is planned before
-// any code is written (SLP-style):
+// Pair emitter: two complex values per register, lanes (re0, im0, re1, im1)
+// of whatever element the shape has: SSE2 single precision (__m128) or AVX
+// double precision (__m256d, where every lane is a double and each half is
+// 128 bits wide). Which two operations share a vector is planned before any
+// code is written (SLP-style):
 //   1. twin sub-transforms (siblings of one stage that built the same node
 //      sequence) run side by side, outermost stages first, so neighbouring
 //      columns share their loads and neighbouring rows their stores;
@@ -19,9 +21,70 @@
 
 #include "emit.h"
 #include "lane_pairing.h"
+#include "vector_shape.h"
 
 namespace gen {
 namespace {
+
+std::string MaskArgs(const std::vector<bool>& lanes) {
+    std::string out;
+    for (size_t i = 0; i < lanes.size(); ++i) out += std::string(i ? ", " : "") + (lanes[i] ? "true" : "false");
+    return out;
+}
+
+class SsePairFloatShape : public PairShape {
+public:
+    ElemType Elem() const override { return ElemType::kFloat; }
+    std::string Type() const override { return "__m128"; }
+    std::string Op(const char* name) const override { return std::string("_mm_") + name + "_ps"; }
+    std::string SwapParts(const std::string& x) const override { return "_mm_shuffle_ps(" + x + ", " + x + ", 0xB1)"; }
+    std::string SignMask(const std::vector<bool>& lanes) const override {
+        return "qvn::SignMaskPs(" + MaskArgs(lanes) + ")";
+    }
+    std::string Combine(const std::string& v1, int h1, const std::string& v2, int h2) const override {
+        return "_mm_shuffle_ps(" + v1 + ", " + v2 + ", _MM_SHUFFLE(" + std::to_string(2 * h2 + 1) + ", " +
+               std::to_string(2 * h2) + ", " + std::to_string(2 * h1 + 1) + ", " + std::to_string(2 * h1) + "))";
+    }
+    std::string SwapHalves(const std::string& x) const override { return "_mm_shuffle_ps(" + x + ", " + x + ", 0x4E)"; }
+    std::string LoadLow(const std::string& address) const override { return "qvn::LoadLowComplex(" + address + ")"; }
+    std::string StoreHalf(int half, const std::string& address, const std::string& value) const override {
+        return std::string(half == 0 ? "qvn::StoreLowComplex" : "qvn::StoreHighComplex") + "(" + address + ", " +
+               value + ");";
+    }
+};
+
+class AvxPairDoubleShape : public PairShape {
+public:
+    ElemType Elem() const override { return ElemType::kDouble; }
+    std::string Type() const override { return "__m256d"; }
+    std::string Op(const char* name) const override { return std::string("_mm256_") + name + "_pd"; }
+    std::string SwapParts(const std::string& x) const override { return "_mm256_permute_pd(" + x + ", 0x5)"; }
+    std::string SignMask(const std::vector<bool>& lanes) const override {
+        return "qvn::SignMask256Pd(" + MaskArgs(lanes) + ")";
+    }
+    // A blend or an insert where one does (one cycle), else a 128-bit permute.
+    std::string Combine(const std::string& v1, int h1, const std::string& v2, int h2) const override {
+        if (h1 == 0 && h2 == 1) return "_mm256_blend_pd(" + v1 + ", " + v2 + ", 0xC)";
+        if (h1 == 0 && h2 == 0) return "_mm256_insertf128_pd(" + v1 + ", _mm256_castpd256_pd128(" + v2 + "), 1)";
+        return "_mm256_permute2f128_pd(" + v1 + ", " + v2 + ", 0x" + std::to_string(2 + h2) + std::to_string(h1) + ")";
+    }
+    std::string SwapHalves(const std::string& x) const override {
+        return "_mm256_permute2f128_pd(" + x + ", " + x + ", 0x01)";
+    }
+    std::string LoadLow(const std::string& address) const override { return "qvn::LoadComplexLow(" + address + ")"; }
+    std::string StoreHalf(int half, const std::string& address, const std::string& value) const override {
+        return std::string(half == 0 ? "qvn::StoreComplexLow" : "qvn::StoreComplexHigh") + "(" + address + ", " +
+               value + ");";
+    }
+    bool LooseTwins() const override { return true; }
+    bool DirectHalves() const override { return true; }
+    std::string LoadPair(const std::string& lo, const std::string& hi) const override {
+        return "qvn::LoadComplexPair(" + lo + ", " + hi + ")";
+    }
+    std::string LoadBoth(const std::string& address) const override {
+        return "qvn::LoadComplexBoth(" + address + ")";
+    }
+};
 
 enum class OpClass { kAddSub, kMulReal, kMulCplx, kMulI, kLoad };
 
@@ -43,7 +106,8 @@ OpClass ClassOf(Op op) {
 
 class PairedEmitter {
 public:
-    explicit PairedEmitter(const KernelInput& in) : in_(in), consts_(in.const_table, ElemType::kFloat, 4) {}
+    PairedEmitter(const KernelInput& in, const PairShape& shape)
+        : in_(in), shape_(shape), consts_(in.const_table, shape.Elem(), 4) {}
 
     KernelText Run() {
         const Dag& dag = in_.dag;
@@ -66,9 +130,10 @@ public:
         }
         EmitStores();
 
-    KernelText text;
-        text.body = "    const __m128 vscale = _mm_set1_ps(scale);\n";
-        for (const auto& [name, def] : prelude_) text.body += "    const __m128 " + name + " = " + def + ";\n";
+        KernelText text;
+        const std::string type = shape_.Type();
+        text.body = "    const " + type + " vscale = " + shape_.Broadcast("scale") + ";\n";
+        for (const auto& [name, def] : prelude_) text.body += "    const " + type + " " + name + " = " + def + ";\n";
         text.body += prog_.Emit("    ");
         text.constants = consts_.Definition();
         text.census = prog_.census;
@@ -97,7 +162,7 @@ private:
             comments = StageComments(in_.dag, lo >= 0 ? lo : hi);
             if (lo >= 0 && hi >= 0) comments += StageComments(in_.dag, hi);
         }
-        int instr = prog_.Add(kind, comments + "const __m128 " + Name(vec) + " = " + expr + ";", deps, position);
+        int instr = prog_.Add(kind, comments + "const " + shape_.Type() + " " + Name(vec) + " = " + expr + ";", deps, position);
         vecs_.push_back(Vec{instr, {lo, hi}});
         if (lo >= 0) where_[lo].push_back({vec, 0});
         if (hi >= 0) where_[hi].push_back({vec, 1});
@@ -106,8 +171,7 @@ private:
     }
 
     std::string Mask(const std::string& name, bool l0, bool l1, bool l2, bool l3) {
-        prelude_[name] = std::string("qvn::SignMaskPs(") + (l0 ? "true" : "false") + ", " + (l1 ? "true" : "false") +
-                         ", " + (l2 ? "true" : "false") + ", " + (l3 ? "true" : "false") + ")";
+        prelude_[name] = shape_.SignMask({l0, l1, l2, l3});
         return name;
     }
 
@@ -124,31 +188,51 @@ private:
         return it->second.front();
     }
 
-    int PairCost(int lo, int hi) const { return exact_.count({lo, hi}) ? 0 : 1; }
+    int PairCost(int lo, int hi) const { return exact_.count({lo, hi}) || (IsLoad(lo) && IsLoad(hi)) ? 0 : 1; }
+
+    // Inputs of a shape that loads on demand.
+    bool IsLoad(int node) const { return load_index_.count(node) != 0; }
+    std::string InputAddress(int node) const { return "x + " + std::to_string(2 * load_index_.at(node)); }
+    // An input not loaded yet goes into both halves (a broadcast is a plain load).
+    void Materialize(int node) {
+        if (!IsLoad(node) || where_.count(node)) return;
+        prog_.census.loads++;
+        NewVec(Program::Kind::kLoad, shape_.LoadBoth(InputAddress(node)), {}, node, node);
+    }
     int HalfCost(int node, int half) const { return FindIn(node, half) >= 0 ? 0 : 1; }
 
     // A vector with `lo` in the low half and `hi` in the high half.
     int Gather(int lo, int hi) {
         auto it = exact_.find({lo, hi});
         if (it != exact_.end()) return it->second;
+        if (IsLoad(lo) && IsLoad(hi) && lo != hi) {  // straight from memory, no shuffle
+            const int il = load_index_.at(lo), ih = load_index_.at(hi);
+            prog_.census.loads += ih == il + 1 ? 1 : 2;
+            return NewVec(Program::Kind::kLoad,
+                          ih == il + 1 ? "Mem::Load(" + InputAddress(lo) + ")"
+                                       : shape_.LoadPair(InputAddress(lo), InputAddress(hi)),
+                          {}, lo, hi);
+        }
+        Materialize(lo);
+        Materialize(hi);
+        it = exact_.find({lo, hi});
+        if (it != exact_.end()) return it->second;
         auto [v1, h1] = Locate(lo);
         auto [v2, h2] = Locate(hi);
-        std::string imm = "_MM_SHUFFLE(" + std::to_string(2 * h2 + 1) + ", " + std::to_string(2 * h2) + ", " +
-                          std::to_string(2 * h1 + 1) + ", " + std::to_string(2 * h1) + ")";
         ++prog_.census.shuffles;
-        return NewVec(Program::Kind::kCompute, "_mm_shuffle_ps(" + Name(v1) + ", " + Name(v2) + ", " + imm + ")",
-                      {v1, v2}, lo, hi, true);
+        return NewVec(Program::Kind::kCompute, shape_.Combine(Name(v1), h1, Name(v2), h2), {v1, v2}, lo, hi, true);
     }
 
     // A vector with `node` in the given half (the other half is whatever).
     int GatherHalf(int node, int half) {
+        Materialize(node);
         int found = FindIn(node, half);
         if (found >= 0) return found;
         auto [v, h] = Locate(node);
         ++prog_.census.shuffles;
         int other = vecs_[v].half[1 - h];
         int lo = half == 0 ? node : other, hi = half == 0 ? other : node;
-        return NewVec(Program::Kind::kCompute, "_mm_shuffle_ps(" + Name(v) + ", " + Name(v) + ", 0x4E)", {v}, lo, hi, true);
+        return NewVec(Program::Kind::kCompute, shape_.SwapHalves(Name(v)), {v}, lo, hi, true);
     }
 
     void EmitLoads() {
@@ -157,6 +241,10 @@ private:
             auto it = loads_.find(index);
             return it == loads_.end() ? -1 : it->second;
         };
+        if (shape_.DirectHalves()) {  // loaded on demand (Gather, Materialize)
+            for (const auto& [index, node] : loads_) load_index_[node] = index;
+            return;
+        }
         for (int j = 0; 2 * j + 1 < n; ++j) {
             prog_.census.loads++;
             // Loaded pairs count as planned units too (negative ids).
@@ -167,7 +255,7 @@ private:
         }
         if (n % 2) {
             prog_.census.loads++;
-            NewVec(Program::Kind::kLoad, "qvn::LoadLowComplex(x + " + std::to_string(2 * (n - 1)) + ")", {},
+            NewVec(Program::Kind::kLoad, shape_.LoadLow("x + " + std::to_string(2 * (n - 1))), {},
                    load_node(n - 1), -1);
         }
     }
@@ -192,8 +280,26 @@ private:
 
     // Twin sub-transforms run side by side, outermost stages first: their
     // loads are neighbours in memory, and so are their stores.
+    // Neighbouring siblings (0, 1), (2, 3), ... whose nodes agree in kind
+    // (an add may face a subtract).
+    std::vector<Dag::Twins> LooseTwins() const {
+        const Dag& dag = in_.dag;
+        std::vector<Dag::Twins> out;
+        for (const auto& group : dag.siblings())
+            for (size_t i = 0; i + 1 < group.ranges.size(); i += 2) {
+                auto [a, a_end] = group.ranges[i];
+                auto [b, b_end] = group.ranges[i + 1];
+                int count = a_end - a;
+                if (count == 0 || count != b_end - b) continue;
+                bool same = true;
+                for (int k = 0; k < count && same; ++k) same = ClassOf(dag.at(a + k).op) == ClassOf(dag.at(b + k).op);
+                if (same) out.push_back(Dag::Twins{group.depth, a, b, count});
+            }
+        return out;
+    }
+
     void PlanTwins() {
-        std::vector<Dag::Twins> twins = in_.dag.twins();
+        std::vector<Dag::Twins> twins = shape_.LooseTwins() ? LooseTwins() : in_.dag.twins();
         std::stable_sort(twins.begin(), twins.end(),
                          [](const Dag::Twins& a, const Dag::Twins& b) { return a.depth < b.depth; });
         for (const auto& t : twins)
@@ -205,6 +311,7 @@ private:
     }
 
     int PlannedPairCost(int lo, int hi) const {
+        if (IsLoad(lo) && IsLoad(hi)) return 0;
         auto a = plan_.find(lo), b = plan_.find(hi);
         if (a == plan_.end() || b == plan_.end()) return 1;
         return a->second.first == b->second.first && a->second.second == 0 && b->second.second == 1 ? 0 : 1;
@@ -269,13 +376,13 @@ private:
                 std::string expr;
                 ++c.adds;
                 if (nl.op == nh.op) {
-                    expr = std::string(nl.op == Op::kAdd ? "_mm_add_ps(" : "_mm_sub_ps(") + Name(va) + ", " + Name(vb) + ")";
+                    expr = shape_.Call(nl.op == Op::kAdd ? "add" : "sub", Name(va), Name(vb));
                 } else {
                     // Mixed add/sub: flip the sign of the half that subtracts.
                     std::string mask = nl.op == Op::kSub ? Mask("neg_lo", true, true, false, false)
                                                          : Mask("neg_hi", false, false, true, true);
                     ++c.shuffles;
-                    expr = "_mm_add_ps(" + Name(va) + ", _mm_xor_ps(" + Name(vb) + ", " + mask + "))";
+                    expr = shape_.Call("add", Name(va), shape_.Call("xor", Name(vb), mask));
                 }
                 NewVec(Program::Kind::kCompute, expr, {va, vb}, lo, hi);
                 return;
@@ -284,7 +391,7 @@ private:
                 int vx = Gather(nl.a, nh.a);
                 ++c.muls;
                 NewVec(Program::Kind::kCompute,
-                       "_mm_mul_ps(" + Name(vx) + ", " + consts_.Ref({nl.c, nl.c, nh.c, nh.c}) + ")", {vx}, lo, hi);
+                       shape_.Call("mul", Name(vx), consts_.Ref({nl.c, nl.c, nh.c, nh.c})), {vx}, lo, hi);
                 return;
             }
             case OpClass::kMulCplx: {
@@ -317,15 +424,15 @@ private:
                 int va = GatherHalf(n.a, half), vb = GatherHalf(n.b, half);
                 ++c.adds;
                 NewVec(Program::Kind::kCompute,
-                       std::string(n.op == Op::kAdd ? "_mm_add_ps(" : "_mm_sub_ps(") + Name(va) + ", " + Name(vb) + ")",
+                       shape_.Call(n.op == Op::kAdd ? "add" : "sub", Name(va), Name(vb)),
                        {va, vb}, lo, hi);
                 return;
             }
             case OpClass::kMulReal: {
                 int vx = GatherHalf(n.a, half);
                 ++c.muls;
-                NewVec(Program::Kind::kCompute, "_mm_mul_ps(" + Name(vx) + ", " + consts_.Ref({n.c, n.c, n.c, n.c}) + ")",
-                       {vx}, lo, hi);
+                NewVec(Program::Kind::kCompute, shape_.Call("mul", Name(vx), consts_.Ref({n.c, n.c, n.c, n.c})), {vx},
+                       lo, hi);
                 return;
             }
             case OpClass::kMulCplx:
@@ -345,8 +452,8 @@ private:
         ++c.shuffles;
         std::string x = Name(vx);
         NewVec(Program::Kind::kCompute,
-               "_mm_add_ps(_mm_mul_ps(" + x + ", " + consts_.Ref(re) + "), _mm_mul_ps(_mm_shuffle_ps(" + x + ", " + x +
-                   ", 0xB1), " + consts_.Ref(im) + "))",
+               shape_.Call("add", shape_.Call("mul", x, consts_.Ref(re)),
+                           shape_.Call("mul", shape_.SwapParts(x), consts_.Ref(im))),
                {vx}, lo, hi);
     }
 
@@ -354,17 +461,29 @@ private:
     void EmitTimesI(int vx, int lo, int hi) {
         prog_.census.shuffles += 2;
         std::string x = Name(vx);
-        NewVec(Program::Kind::kCompute,
-               "_mm_xor_ps(_mm_shuffle_ps(" + x + ", " + x + ", 0xB1), " + Mask("neg_re", true, false, true, false) + ")",
+        NewVec(Program::Kind::kCompute, shape_.Call("xor", shape_.SwapParts(x), Mask("neg_re", true, false, true, false)),
                {vx}, lo, hi);
     }
 
     std::string ScaleFor(bool neg_lo, bool neg_hi) {
         if (!neg_lo && !neg_hi) return "vscale";
         std::string name = std::string("scale_") + (neg_lo ? "n" : "p") + (neg_hi ? "n" : "p");
-        prelude_[name] = "_mm_xor_ps(vscale, qvn::SignMaskPs(" + std::string(neg_lo ? "true, true" : "false, false") +
-                         ", " + (neg_hi ? "true, true" : "false, false") + "))";
+        prelude_[name] = shape_.Call("xor", "vscale", shape_.SignMask({neg_lo, neg_lo, neg_hi, neg_hi}));
         return name;
+    }
+
+    // Register `vec` times the (negated) scale, made once.
+    std::pair<std::string, int> Scaled(int vec, bool negated) {
+        auto key = std::make_pair(vec, negated);
+        auto it = scaled_.find(key);
+        if (it != scaled_.end()) return it->second;
+        ++prog_.census.muls;
+        std::string name = "s" + std::to_string(vec) + (negated ? "n" : "");
+        int instr = prog_.Add(Program::Kind::kCompute,
+                              "const " + shape_.Type() + " " + name + " = " +
+                                  shape_.Call("mul", Name(vec), ScaleFor(negated, negated)) + ";",
+                              {vecs_[vec].instr});
+        return scaled_[key] = {name, instr};
     }
 
     void EmitStores() {
@@ -374,12 +493,25 @@ private:
             const Value& lo = in_.outputs[2 * k];
             const Value& hi = in_.outputs[2 * k + 1];
             if (lo.IsZero() || hi.IsZero()) throw std::runtime_error("zero output");
+            if (shape_.DirectHalves() && !exact_.count({lo.node, hi.node})) {
+                // Each half from where it is: no shuffle, two half stores.
+                for (int i = 0; i < 2; ++i) {
+                    const Value& out = in_.outputs[2 * k + i];
+                    Materialize(out.node);
+                    auto [v, h] = Locate(out.node);
+                    auto [name, instr] = Scaled(v, out.negated);
+                    ++c.stores;
+                    prog_.Add(Program::Kind::kStore, shape_.StoreHalf(h, "y + " + std::to_string(2 * (2 * k + i)), name),
+                              {instr});
+                }
+                continue;
+            }
             int v = Gather(lo.node, hi.node);
             ++c.muls;
             ++c.stores;
             prog_.Add(Program::Kind::kStore,
-                      "Mem::Store(y + " + std::to_string(4 * k) + ", _mm_mul_ps(" + Name(v) + ", " +
-                          ScaleFor(lo.negated, hi.negated) + "));",
+                      "Mem::Store(y + " + std::to_string(4 * k) + ", " +
+                          shape_.Call("mul", Name(v), ScaleFor(lo.negated, hi.negated)) + ");",
                       {vecs_[v].instr});
         }
         if (n % 2) {
@@ -389,14 +521,14 @@ private:
             ++c.muls;
             ++c.stores;
             prog_.Add(Program::Kind::kStore,
-                      std::string(half == 0 ? "qvn::StoreLowComplex" : "qvn::StoreHighComplex") + "(y + " +
-                          std::to_string(2 * (n - 1)) + ", _mm_mul_ps(" + Name(v) + ", " +
-                          ScaleFor(last.negated, last.negated) + "));",
+                      shape_.StoreHalf(half, "y + " + std::to_string(2 * (n - 1)),
+                                       shape_.Call("mul", Name(v), ScaleFor(last.negated, last.negated))),
                       {vecs_[v].instr});
         }
     }
 
     const KernelInput& in_;
+    const PairShape& shape_;
     ConstTable consts_;
     Program prog_;
     std::vector<Vec> vecs_;
@@ -407,10 +539,24 @@ private:
     std::map<int, std::vector<std::pair<int, int>>> where_;  // node -> (vec, half)
     std::map<std::pair<int, int>, int> exact_;          // (lo, hi) -> vec
     std::map<std::string, std::string> prelude_;        // masks and signed scales
+    std::map<int, int> load_index_;                     // input node -> index, for shapes that load on demand
+    std::map<std::pair<int, bool>, std::pair<std::string, int>> scaled_;  // (vec, negated) -> product
 };
 
 }  // namespace
 
-KernelText EmitSsePaired(const KernelInput& in) { return PairedEmitter(in).Run(); }
+const PairShape& SsePairFloat() {
+    static const SsePairFloatShape shape;
+    return shape;
+}
+
+const PairShape& AvxPairDouble() {
+    static const AvxPairDoubleShape shape;
+    return shape;
+}
+
+KernelText EmitPaired(const KernelInput& in, const PairShape& shape) { return PairedEmitter(in, shape).Run(); }
+
+KernelText EmitSsePaired(const KernelInput& in) { return EmitPaired(in, SsePairFloat()); }
 
 }  // namespace gen
