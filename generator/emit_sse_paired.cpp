@@ -929,6 +929,14 @@ private:
                            "_mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(" + LoadText(p) +
                                ")), _mm_loadu_ps(" + LoadText(q) + "), 1)",
                            {});
+        } else if (partner_[p] >= 0 && partner_[q] >= 0) {
+            // Halves of two fused registers: one blend or 128-bit permute.
+            const int hp = low_[p] ? 0 : 1, hq = low_[q] ? 0 : 1;
+            ++prog_.census.shuffles;
+            std::string expr = hp == 0 && hq == 1 ? "_mm256_blend_ps(" + name256_[p] + ", " + name256_[q] + ", 0xF0)"
+                               : "_mm256_permute2f128_ps(" + name256_[p] + ", " + name256_[q] + ", 0x" +
+                                     std::to_string(2 + hq) + std::to_string(hp) + ")";
+            instr = Define(Program::Kind::kCompute, "__m256", name, expr, {instr256_[p], instr256_[q]});
         } else {
             std::string low = Get128(p), high = Get128(q);
             ++prog_.census.shuffles;
