@@ -75,16 +75,20 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text) {
 GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
     if (recipe.length != n) throw std::runtime_error("recipe length mismatch for " + std::to_string(n));
-    const bool scalar = single && n <= 5;
-    const bool products_in_double = scalar && (n == 3 || n == 5);
+    const bool products_in_double = single && (n == 3 || n == 5);
+    // On the wider targets N = 5 forms its products in double two complex
+    // values at a time (__m256d), the same operations as the scalar kernel.
+    const bool vector_double_products = products_in_double && n == 5 && isa != Isa::kX86_64;
+    const bool scalar = single && n <= 5 && !vector_double_products;
     const char* real = single ? "float" : "double";
     const std::string prec = single ? "32fc" : "64fc";
     const ElemType type = single ? ElemType::kFloat : ElemType::kDouble;
     // Up to N = 5 a double kernel is a short dependency chain: pairing only
     // adds shuffles to it (measured 5-30% slower), so it keeps its SSE2 text.
     const bool avx_double = !single && isa != Isa::kX86_64 && n > 5;
-    const SingleBody body =
-        single && !scalar && isa != Isa::kX86_64 ? CheapestSingle(n, recipe_text) : SingleBody::kSsePair;
+    const SingleBody body = single && !scalar && !vector_double_products && isa != Isa::kX86_64
+                                ? CheapestSingle(n, recipe_text)
+                                : SingleBody::kSsePair;
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
@@ -98,6 +102,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                                                       : "scalar single precision")
                                 : avx_single ? "AVX, four complex values per __m256"
                                 : twin_halves ? "AVX, sibling pairs of two complex values in the halves of a __m256"
+                                : vector_double_products ? "two complex values per __m128, constant products formed in double"
                                 : single    ? "SSE2, two complex values per __m128"
                                 : avx_double ? "AVX, two complex values per __m256d"
                                              : "SSE2, one complex value per __m128d";
@@ -113,6 +118,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         KernelText k = scalar       ? EmitScalar(in, products_in_double)
                        : avx_single ? EmitQuad(in, AvxQuadFloat())
                        : twin_halves ? EmitTwinHalves(in)
+                       : vector_double_products ? EmitSsePairedDoubleProducts(in)
                        : single     ? EmitSsePaired(in)
                        : avx_double ? EmitPaired(in, AvxPairDouble())
                                     : EmitSseDouble(in);
@@ -136,7 +142,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                 "// Complex DFT, N = " + std::to_string(n) + ", " + (single ? "single" : "double") +
                 " precision (" + layout + ").\n"
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
-                (avx ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
+                (avx || vector_double_products ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/complex_entry.h\"\n" +
                 (avx ? "#include \"frame/avx_complex_access.h\"\n\n" : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"

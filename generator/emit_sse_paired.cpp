@@ -130,8 +130,13 @@ struct PairRecording {
 
 class PairedEmitter {
 public:
-    PairedEmitter(const KernelInput& in, const PairShape& shape)
-        : in_(in), shape_(shape), consts_(in.const_table, shape.Elem(), 4) {}
+    // `double_products`: products with constants are formed in double
+    // precision (both complex values widened to one __m256d, multiplied by
+    // double constants, rounded back), as the scalar kernels that need that
+    // accuracy do; AVX targets only.
+    PairedEmitter(const KernelInput& in, const PairShape& shape, bool double_products = false)
+        : in_(in), shape_(shape), consts_(in.const_table, shape.Elem(), 4),
+          double_consts_(in.const_table + "D", ElemType::kDouble, 4), double_products_(double_products) {}
 
     KernelText Run() {
         const Dag& dag = in_.dag;
@@ -159,7 +164,7 @@ public:
         text.body = "    const " + type + " vscale = " + shape_.Broadcast("scale") + ";\n";
         for (const auto& [name, def] : prelude_) text.body += "    const " + type + " " + name + " = " + def + ";\n";
         text.body += prog_.Emit("    ");
-        text.constants = consts_.Definition();
+        text.constants = consts_.Definition() + double_consts_.Definition();
         text.census = prog_.census;
         rec_.prelude = prelude_;
         if (in_.n % 2) rec_.complete = false;
@@ -458,9 +463,7 @@ private:
             }
             case OpClass::kMulReal: {
                 int vx = Gather(nl.a, nh.a);
-                ++c.muls;
-                NewVec(Program::Kind::kCompute,
-                       shape_.Call("mul", Name(vx), consts_.Ref({nl.c, nl.c, nh.c, nh.c})), {vx}, lo, hi);
+                NewVec(Program::Kind::kCompute, RealProduct(vx, nl.c, nh.c), {vx}, lo, hi);
                 return;
             }
             case OpClass::kMulCplx: {
@@ -499,9 +502,7 @@ private:
             }
             case OpClass::kMulReal: {
                 int vx = GatherHalf(n.a, half);
-                ++c.muls;
-                NewVec(Program::Kind::kCompute, shape_.Call("mul", Name(vx), consts_.Ref({n.c, n.c, n.c, n.c})), {vx},
-                       lo, hi);
+                NewVec(Program::Kind::kCompute, RealProduct(vx, n.c, n.c), {vx}, lo, hi);
                 return;
             }
             case OpClass::kMulCplx:
@@ -511,6 +512,16 @@ private:
             case OpClass::kLoad: break;
         }
         throw std::runtime_error("unexpected load");
+    }
+
+    // Register vx times a real constant per half.
+    std::string RealProduct(int vx, Real c_lo, Real c_hi) {
+        Census& c = prog_.census;
+        ++c.muls;
+        if (!double_products_) return shape_.Call("mul", Name(vx), consts_.Ref({c_lo, c_lo, c_hi, c_hi}));
+        c.shuffles += 2;  // the two conversions
+        return "_mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtps_pd(" + Name(vx) + "), " +
+               double_consts_.Ref({c_lo, c_lo, c_hi, c_hi}) + "))";
     }
 
     // (a, b) * (c, c) + (b, a) * (-d, d), per half.
@@ -603,6 +614,8 @@ private:
     const KernelInput& in_;
     const PairShape& shape_;
     ConstTable consts_;
+    ConstTable double_consts_;
+    bool double_products_;
     Program prog_;
     std::vector<Vec> vecs_;
     std::map<int, int> loads_;                          // input index -> node
@@ -1022,6 +1035,10 @@ const PairShape& AvxPairDouble() {
 KernelText EmitPaired(const KernelInput& in, const PairShape& shape) { return PairedEmitter(in, shape).Run(); }
 
 KernelText EmitSsePaired(const KernelInput& in) { return EmitPaired(in, SsePairFloat()); }
+
+KernelText EmitSsePairedDoubleProducts(const KernelInput& in) {
+    return PairedEmitter(in, SsePairFloat(), true).Run();
+}
 
 KernelText EmitTwinHalves(const KernelInput& in) {
     PairedEmitter pair(in, SsePairFloat());

@@ -93,5 +93,9 @@ const QuadShape& AvxQuadFloat();
 struct KernelInput;
 struct KernelText;
 KernelText EmitTwinHalves(const KernelInput& in);
+// AVX, single precision: the two-per-__m128 kernel with its products with
+// constants formed in double precision (__m256d), bit for bit the scalar
+// kernel that forms them so.
+KernelText EmitSsePairedDoubleProducts(const KernelInput& in);
 
 }  // namespace gen
