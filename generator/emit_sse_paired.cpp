@@ -15,7 +15,6 @@
 // value and a sign per lane, so one multiply serves both halves.
 #include <algorithm>
 #include <cctype>
-#include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
