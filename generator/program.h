@@ -34,6 +34,7 @@ public:
     // Returns the C++ expression that loads the vector.
     std::string Ref(const std::vector<Real>& lanes);
     std::string Definition() const;  // empty when no constant is used
+    const std::vector<Real>& Row(int row) const { return rows_.at(row); }
     bool empty() const { return rows_.empty(); }
 
 private:

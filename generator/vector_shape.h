@@ -86,4 +86,16 @@ const PairShape& AvxPairDouble();
 // AVX, single precision: four complex floats per __m256.
 const QuadShape& AvxQuadFloat();
 
+// AVX, single precision: the two-per-__m128 kernel with pairs of its
+// instructions that do the same work on sibling data fused into one __m256
+// instruction, one per 128-bit half (even N; throws for kernels it cannot
+// fuse).
+struct KernelInput;
+struct KernelText;
+KernelText EmitTwinHalves(const KernelInput& in);
+// AVX, single precision: the two-per-__m128 kernel with its products with
+// constants formed in double precision (__m256d), bit for bit the scalar
+// kernel that forms them so.
+KernelText EmitSsePairedDoubleProducts(const KernelInput& in);
+
 }  // namespace gen
