@@ -99,8 +99,8 @@ def error_ratio(row):
 
 
 def summary_rows(groups):
-    """One row per family and precision; each figure once per library, in the
-    order the libraries were timed, separated by " / "."""
+    """One row per family, precision and reference; each figure once per
+    library, in the order the libraries were timed, separated by " / "."""
     libraries = list(OrderedDict.fromkeys(lib for g in groups for lib in g.libraries()))
     names = " / ".join(libraries)
     lines = [
@@ -108,8 +108,7 @@ def summary_rows(groups):
         f"| slower than the reference | worst error ratio {names} |",
         "|---|---:|---:|---|---|---|",
     ]
-    for g in groups:
-        ref = g.ratio_reference()
+    for g, ref in ((g, ref) for g in groups for ref in g.references()):
         gmeans, worsts, slowers, errs = [], [], [], []
         for lib in libraries:
             rows = [r for r in g.rows if r["reference"] == ref and r["library"] == lib]
