@@ -481,6 +481,30 @@ Text Step(int r2, LaneType type) {
 
 // --- output: sum over the r phases, rotations, stores of y -------------------
 // `pair`: q-groups q and qm (distinct); otherwise the group q is its own mirror.
+// The output stage's r-point DFT of the phases loaded from `first` on,
+// each output rotated by e^(-i*pi*k/(2r)).
+Signal RotatedDft(Dag& dag, int first, int r) {
+    Signal a(r);
+    for (int i = 0; i < r; ++i) a[i] = dag.Load(first + i);
+    Signal out = Dft(dag, a);
+    for (int k = 0; k < r; ++k) out[k] = dag.Mul(out[k], Rotation(k, 4 * r, -1));
+    return out;
+}
+
+// Address of row i (the real or, `imag`, the imaginary part) of lane group g
+// of q-group `qv` in the output stage's work buffer: rows of w lanes, `groups`
+// lane groups per q.
+std::string WorkRow(const std::string& qv, int w, int i, int groups, int g, bool imag) {
+    return "work + ((" + qv + " * " + I(w) + " + " + I(i) + ") * " + I(groups) + " + " + I(g) + ") * " + I(2 * w) +
+           (imag ? " + " + I(w) : "");
+}
+
+// Address of the cosines (or, `sine`, the sines) of phase `ph` for q-group
+// `qv` in the rotation table: w lanes each.
+std::string RotationUnit(const std::string& qv, int r, int ph, int w, bool sine) {
+    return "rot + (" + qv + " * " + I(r) + " + " + I(ph) + ") * " + I(2 * w) + (sine ? " + " + I(w) : "");
+}
+
 Text Output(int r, LaneType type, bool pair) {
     const int w = type.Lanes();
     const int groups = r / w;  // lane groups of phases in the work buffer
@@ -489,12 +513,7 @@ Text Output(int r, LaneType type, bool pair) {
     const int sets = pair ? 2 : 1;
     Dag dag;
     std::vector<Signal> out(sets);
-    for (int s = 0; s < sets; ++s) {
-        Signal a(r);
-        for (int i = 0; i < r; ++i) a[i] = dag.Load(s * r + i);
-        out[s] = Dft(dag, a);
-        for (int k = 0; k < r; ++k) out[s][k] = dag.Mul(out[s][k], Rotation(k, 4 * r, -1));
-    }
+    for (int s = 0; s < sets; ++s) out[s] = RotatedDft(dag, s * r, r);
     LaneEmitter e(dag, type);
     for (int s = 0; s < sets; ++s) {
         const std::string qv = s == 0 ? "q" : "qm";
@@ -508,9 +527,7 @@ Text Output(int r, LaneType type, bool pair) {
                 text += "const " + v + " ";
                 for (int i = 0; i < w; ++i) {
                     rows.push_back(n + pc + "row" + I(i));
-                    text += std::string(i ? ", " : "") + rows.back() + " = " +
-                            Load(type, "work + ((" + qv + " * " + I(w) + " + " + I(i) + ") * " + I(groups) + " + " + I(g) + ") * " +
-                                           I(2 * w) + (part ? " + " + I(w) : ""));
+                    text += std::string(i ? ", " : "") + rows.back() + " = " + Load(type, WorkRow(qv, w, i, groups, g, part));
                 }
                 text += ";\n" + Transpose(type, rows, n + pc);
                 e.census().shuffles += single ? 8 : 2;
@@ -520,9 +537,9 @@ Text Output(int r, LaneType type, bool pair) {
             e.census().loads += 2 * w - 1;
             for (int l = 0; l < w; ++l) {
                 const int a = g * w + l;
-                const std::string rot = "rot + (" + qv + " * " + I(r) + " + " + I(a) + ") * " + I(2 * w);
                 const std::string c = "c" + I(s) + "_" + I(a), sn = "s" + I(s) + "_" + I(a);
-                int tl = e.AddLoad("const " + v + " " + c + " = " + Load(type, rot) + ", " + sn + " = " + Load(type, rot + " + " + I(w)) + ";");
+                int tl = e.AddLoad("const " + v + " " + c + " = " + Load(type, RotationUnit(qv, r, a, w, false)) + ", " + sn +
+                                   " = " + Load(type, RotationUnit(qv, r, a, w, true)) + ";");
                 e.census().loads += 1;
                 const std::string xr = n + "r" + I(l), xi = n + "i" + I(l), u = "u" + I(s) + "_" + I(a);
                 const int h = AddConjRotation(e, u, xr, xi, c, sn, {load, tl});
@@ -565,10 +582,7 @@ Text OutputPairWide(int r, LaneType type) {
     const bool single = type.elem == ElemType::kFloat;
     const std::string t = type.Elem(), v = type.Name();
     Dag dag;
-    Signal a(r);
-    for (int i = 0; i < r; ++i) a[i] = dag.Load(i);
-    Signal out = Dft(dag, a);
-    for (int k = 0; k < r; ++k) out[k] = dag.Mul(out[k], Rotation(k, 4 * r, -1));
+    const Signal out = RotatedDft(dag, 0, r);
     LaneEmitter e(dag, type);
     for (int g = 0; g < groups; ++g) {
         const std::string n = "g" + I(g);
@@ -579,11 +593,8 @@ Text OutputPairWide(int r, LaneType type) {
             text += "const " + v + " ";
             for (int i = 0; i < w; ++i) {
                 rows.push_back(n + pc + "row" + I(i));
-                auto row = [&](const char* qv) {
-                    return "work + ((" + std::string(qv) + " * " + I(w) + " + " + I(i) + ") * " + I(groups) + " + " + I(g) + ") * " + I(2 * w) +
-                           (part ? " + " + I(w) : "");
-                };
-                text += std::string(i ? ", " : "") + rows.back() + " = " + LoadHalves(type, row("q"), row("qm"));
+                text += std::string(i ? ", " : "") + rows.back() + " = " +
+                        LoadHalves(type, WorkRow("q", w, i, groups, g, part), WorkRow("qm", w, i, groups, g, part));
             }
             text += ";\n" + TransposeHalves(type, rows, n + pc);
             e.census().shuffles += (single ? 8 : 2) + w;
@@ -593,12 +604,11 @@ Text OutputPairWide(int r, LaneType type) {
         e.census().loads += 4 * w - 1;
         for (int l = 0; l < w; ++l) {
             const int ph = g * w + l;
-            auto unit = [&](const char* qv, bool sine) {
-                return "rot + (" + std::string(qv) + " * " + I(r) + " + " + I(ph) + ") * " + I(2 * w) + (sine ? " + " + I(w) : "");
+            auto unit = [&](bool sine) {
+                return LoadHalves(type, RotationUnit("q", r, ph, w, sine), RotationUnit("qm", r, ph, w, sine));
             };
             const std::string c = "c" + I(ph), sn = "s" + I(ph);
-            int tl = e.AddLoad("const " + v + " " + c + " = " + LoadHalves(type, unit("q", false), unit("qm", false)) + ", " + sn + " = " +
-                               LoadHalves(type, unit("q", true), unit("qm", true)) + ";");
+            int tl = e.AddLoad("const " + v + " " + c + " = " + unit(false) + ", " + sn + " = " + unit(true) + ";");
             e.census().loads += 3;
             e.census().shuffles += 2;
             const std::string xr = n + "r" + I(l), xi = n + "i" + I(l), u = "u" + I(ph);

@@ -22,6 +22,7 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "complex_levels.h"
 #include "emit.h"
 #include "vector_shape.h"
 
@@ -91,20 +92,6 @@ public:
         return "qvn::StoreComplexesLow<" + std::to_string(count) + ">(" + address + ", " + value + ");";
     }
 };
-
-enum class OpClass { kAddSub, kMulReal, kMulCplx, kMulI, kLoad };
-
-OpClass ClassOf(Op op) {
-    switch (op) {
-        case Op::kAdd:
-        case Op::kSub: return OpClass::kAddSub;
-        case Op::kMulReal: return OpClass::kMulReal;
-        case Op::kMulCplx: return OpClass::kMulCplx;
-        case Op::kMulI: return OpClass::kMulI;
-        case Op::kLoad: return OpClass::kLoad;
-        default: throw std::runtime_error("real-kernel operation in a complex kernel");
-    }
-}
 
 // Which register holds which node in which slot: the registers the kernel
 // has made so far, or those the plan will make.
@@ -586,17 +573,7 @@ private:
     void PlanByLevel() {
         const Dag& dag = in_.dag;
         std::map<int, int> level;
-        std::map<int, std::map<OpClass, std::vector<int>>> groups;
-        for (int id : reachable_) {
-            const Node& n = dag.at(id);
-            if (n.op == Op::kLoad) {
-                level[id] = 0;
-                continue;
-            }
-            int operands = std::max(level[n.a], n.b >= 0 ? level[n.b] : 0);
-            level[id] = ClassOf(n.op) == OpClass::kAddSub ? (operands / 4 + 1) * 4 : operands + 1;
-            if (!Planned(id)) groups[level[id]][ClassOf(n.op)].push_back(id);
-        }
+        auto groups = UnplannedByLevel(dag, reachable_, [&](int id) { return Planned(id); }, &level);
         auto pair_cost = [&](int lo, int hi) {
             Quad u{lo, hi, kFree, kFree};
             return BestOperands(u, [&](const Quad& q) { return PlannedHalfCost(q[0], q[1]); }).cost;

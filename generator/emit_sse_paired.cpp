@@ -20,6 +20,7 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "complex_levels.h"
 #include "emit.h"
 #include "lane_pairing.h"
 #include "vector_shape.h"
@@ -86,24 +87,6 @@ public:
         return "qvn::LoadComplexBoth(" + address + ")";
     }
 };
-
-enum class OpClass { kAddSub, kMulReal, kMulCplx, kMulI, kLoad };
-
-OpClass ClassOf(Op op) {
-    switch (op) {
-        case Op::kAdd:
-        case Op::kSub: return OpClass::kAddSub;
-        case Op::kMulReal: return OpClass::kMulReal;
-        case Op::kMulCplx: return OpClass::kMulCplx;
-        case Op::kMulI: return OpClass::kMulI;
-        case Op::kLoad: return OpClass::kLoad;
-        case Op::kConj:
-            case Op::kRealPart:
-            case Op::kImagPart:
-            case Op::kMulThree: throw std::runtime_error("real-kernel operation in a complex kernel");
-    }
-    return OpClass::kLoad;
-}
 
 // One instruction of a pair kernel as the twin-halves fusion reads it: the
 // expression with its operands as $0, $1, ... and its constant rows as #0,
@@ -391,25 +374,11 @@ private:
     }
 
     // The rest (rotations between stages, Rader products, direct forms) is
-    // paired among operations of one kind on one level, cheapest first.
-    // Levels go in quarter steps: an add or subtract is one level above its
-    // operands, a multiplication a quarter level, so rotations do not shift
-    // the stage after them; operations of one kind on one level never depend
-    // on each other.
+    // paired among operations of one kind on one level (UnplannedByLevel),
+    // cheapest first.
     void PlanByLevel() {
         const Dag& dag = in_.dag;
-        std::map<int, int> level;
-        std::map<int, std::map<OpClass, std::vector<int>>> groups;
-        for (int id : reachable_) {
-            const Node& n = dag.at(id);
-            if (n.op == Op::kLoad) {
-                level[id] = 0;
-                continue;
-            }
-            int operands = std::max(level[n.a], n.b >= 0 ? level[n.b] : 0);
-            level[id] = ClassOf(n.op) == OpClass::kAddSub ? (operands / 4 + 1) * 4 : operands + 1;
-            if (!Planned(id)) groups[level[id]][ClassOf(n.op)].push_back(id);
-        }
+        auto groups = UnplannedByLevel(dag, reachable_, [&](int id) { return Planned(id); });
         auto cost = [&](int lo, int hi) {
             const Node& nl = dag.at(lo);
             const Node& nh = dag.at(hi);
