@@ -27,11 +27,14 @@
 
 namespace qvnbench {
 void MakeWhtFfhtCases(const Options& opt, CaseList& out);  // wht_cases.cpp
+void MakeComplexDftKfrCases(const Options& opt, CaseList& out);  // dft_complex_cases.cpp
 namespace {
 
 // Adding a transform family is one line here plus its Make function.
 const Family kFamilies[] = {
     {"dft-c", "complex DFT", "FFTW", MakeComplexDftCases},
+    // A second table when the build has KFR (QVNGEN_KFR_DIR).
+    {"dft-c", "complex DFT vs KFR", "KFR", MakeComplexDftKfrCases},
     {"rfwd", "real DFT, R to CCS", "FFTW", MakeRealFwdCases},
     // The reference is whichever of two c2r plans is faster; the table
     // names the one kept (see dft_real_cases.cpp).
@@ -452,6 +455,7 @@ int Run(const Options& opt, const std::string& commandLine) {
     } else {
         PrintTable(results, opt);
         for (int k = 0; k < LibraryCount(); ++k) PrintSummary(results, k);
+        PrintBestOfReferences([&](std::FILE* out) { PrintCsv(results, out); });
         for (int k = 0; k < LibraryCount(); ++k) PrintPrecisionRatios(results, k);
     }
     if (failed) std::fprintf(stderr, "qvngen-bench: some entries reported an error status\n");

@@ -2,7 +2,8 @@
 # Runs qvngen-bench --report on a few quick cases of every family and checks
 # what it wrote: the CSV, both Markdown pages, and a PNG chart for every
 # family and precision in the CSV, each linked from report.md, a summary row
-# for every reference of each, and every
+# for every reference of each (and one against the faster of FFTW and KFR
+# where both were timed, i.e. when the build has KFR), and every
 # library timed (the baseline and the variants this processor runs) named in
 # the summary's columns.
 #   check_report.sh QVNGEN_BENCH OUT_DIR
@@ -27,10 +28,14 @@ for g in $groups; do
 done
 rows=$(grep -c '^| .* vs ' "$out/summary.md")
 tables=$(tail -n +2 "$out/results.csv" | cut -d, -f1-3 | sort -u | wc -l)
-((count >= 12 && rows == tables)) ||
+# Family and precision pairs timed against both FFTW and KFR.
+both=$(tail -n +2 "$out/results.csv" | awk -F, '$2 == "FFTW" || $2 == "KFR" { print $1 "," $3 "," $2 }' |
+       sort -u | cut -d, -f1,2 | uniq -d | wc -l)
+best=$(grep -c '^| .* vs the faster of FFTW/KFR |' "$out/summary.md" || true)
+((count >= 12 && rows == tables + both && best == both)) ||
   { echo "expected a chart per family and precision and a summary row per reference of each:" \
-         "$count charts, $rows rows for $tables tables"; exit 1; }
+         "$count charts, $rows rows for $tables tables and $best of $both against the faster of FFTW/KFR"; exit 1; }
 libraries=$(tail -n +2 "$out/results.csv" | cut -d, -f12 | awk '!seen[$0]++' | paste -sd/ | sed 's|/| / |g')
 grep -q "geometric mean ratio $libraries |" "$out/summary.md" ||
   { echo "summary.md does not have a column for each of: $libraries"; exit 1; }
-echo "report: $count charts, $rows summary rows, libraries $libraries"
+echo "report: $count charts, $rows summary rows ($both against the faster of FFTW/KFR), libraries $libraries"

@@ -1,6 +1,7 @@
 // The parts of qvngen-bench that serve a long run: a progress line on stderr
-// while the cases are timed, and the report (--report DIR): the results as
-// CSV, then a Markdown summary and charts drawn by bench/report.py.
+// while the cases are timed, the comparison with the faster of several
+// references, and the report (--report DIR): the results as CSV, then a
+// Markdown summary and charts drawn by bench/report.py.
 #pragma once
 
 #include <cstddef>
@@ -31,5 +32,13 @@ private:
 // success.
 int WriteReport(const std::string& dir, const std::string& commandLine,
                 const std::function<void(std::FILE*)>& writeCsv);
+
+// Where a case was timed against both FFTW and KFR (each in its own table),
+// prints tables and summaries of our time over the faster of the two at
+// each length. Each ratio comes from the batches of its own table, where
+// our entry and that reference took turns; the one against the faster
+// reference is the larger of the two. Reads the results as the CSV
+// `writeCsv` writes; prints nothing when no case has both references.
+void PrintBestOfReferences(const std::function<void(std::FILE*)>& writeCsv);
 
 }  // namespace qvnbench

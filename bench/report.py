@@ -4,16 +4,19 @@
   report.py [--command TEXT] RESULTS_CSV OUT_DIR
 
 Writes, into OUT_DIR:
-  summary.md              one row per family and precision, with for each
-                          qvngen library timed (the baseline "z3" and its
-                          variants, side by side): geometric mean and worst of
-                          the time ratios to FFTW, lengths where FFTW is
-                          faster, worst error ratio
+  summary.md              one row per family, precision and reference, with
+                          for each qvngen library timed (the baseline "z3"
+                          and its variants, side by side): geometric mean and
+                          worst of the time ratios, lengths where the
+                          reference is faster, worst error ratio; and where a
+                          family was timed against both FFTW and KFR, a row
+                          against the faster of the two at each length
   report.md               the command, the same table, then every chart
   <family>-<bits>.png     per family and precision, against N: ns per call of
                           each qvngen library and each reference; the ratio
-                          of each library to FFTW with the 1.0 line; the
-                          relative RMS error of each
+                          of each library to FFTW (and to the faster of FFTW
+                          and KFR) with the 1.0 line; the relative RMS error
+                          of each
 
 qvngen-bench --report DIR runs it; it can be rerun on a saved CSV.
 """
@@ -39,6 +42,9 @@ TITLES = {
     "dct4": "type-IV DCT",
 }
 RATIO_REFERENCE = "FFTW"
+# The references whose faster one is a comparison of its own, and its name.
+BEST_OF = ("FFTW", "KFR")
+BEST_NAME = "the faster of FFTW/KFR"
 
 
 class Group:
@@ -69,6 +75,23 @@ class Group:
     def ratio_reference(self):
         refs = self.references()
         return RATIO_REFERENCE if RATIO_REFERENCE in refs else refs[0]
+
+    def best_rows(self, library, direction=None):
+        """Where every reference of BEST_OF timed a case: for each such case
+        of `library` (and `direction`, if given), the row of the larger time
+        ratio. Each ratio comes from batches in which our entry and that
+        reference took turns; the larger one is the ratio to the faster
+        reference when our own time was the same in both tables."""
+        cases = OrderedDict()
+        for r in self.rows:
+            if r["reference"] in BEST_OF and r["library"] == library and direction in (None, r["direction"]):
+                cases.setdefault((r["direction"], r["n"]), {})[r["reference"]] = r
+        rows = [max(refs.values(), key=lambda r: r["ratio"]) for refs in cases.values()
+                if len(refs) == len(BEST_OF)]
+        return sorted(rows, key=lambda r: r["n"])
+
+    def has_best(self):
+        return all(ref in self.references() for ref in BEST_OF)
 
     def series(self, reference, direction, library=None):
         """Rows of one reference and direction; of one library, or the first."""
@@ -108,27 +131,34 @@ def summary_rows(groups):
         f"| slower than the reference | worst error ratio {names} |",
         "|---|---:|---:|---|---|---|",
     ]
-    for g, ref in ((g, ref) for g in groups for ref in g.references()):
-        gmeans, worsts, slowers, errs = [], [], [], []
-        for lib in libraries:
-            rows = [r for r in g.rows if r["reference"] == ref and r["library"] == lib]
-            if not rows:
-                gmeans.append("-"), worsts.append("-"), errs.append("-")
-                continue
-            gmean = math.exp(sum(math.log(r["ratio"]) for r in rows) / len(rows))
-            worst = max(rows, key=lambda r: r["ratio"])
-            slower = [f"{r['n']} {r['direction']}" for r in rows if r["ratio"] > 1]
-            worst_err = max(rows, key=error_ratio)
-            gmeans.append(f"{gmean:.3f}")
-            worsts.append(f"{worst['ratio']:.3f} (N={worst['n']} {worst['direction']})")
-            text = f"{len(slower)}: {', '.join(slower)}" if slower else "none"
-            slowers.append(f"{lib} {text}" if len(libraries) > 1 else text)
-            errs.append(f"{error_ratio(worst_err):.3g} (N={worst_err['n']} {worst_err['direction']})")
-        cases = len([r for r in g.rows if r["reference"] == ref and r["library"] == g.libraries()[0]])
-        lines.append(
-            f"| {g.title} vs {ref} | {cases} | {' / '.join(gmeans)} | {' / '.join(worsts)} "
-            f"| {'; '.join(slowers)} | {' / '.join(errs)} |"
-        )
+    for g in groups:
+        comparisons = [(ref, f"vs {ref}", lambda lib, ref=ref: [r for r in g.rows if r["reference"] == ref
+                                                                 and r["library"] == lib])
+                       for ref in g.references()]
+        if g.has_best():
+            comparisons.append(("the faster one", f"vs {BEST_NAME}", g.best_rows))
+        for ref, heading, rows_of in comparisons:
+            gmeans, worsts, slowers, errs = [], [], [], []
+            for lib in libraries:
+                rows = rows_of(lib)
+                if not rows:
+                    gmeans.append("-"), worsts.append("-"), errs.append("-")
+                    continue
+                gmean = math.exp(sum(math.log(r["ratio"]) for r in rows) / len(rows))
+                worst = max(rows, key=lambda r: r["ratio"])
+                slower = [f"{r['n']} {r['direction']}" for r in rows if r["ratio"] > 1]
+                worst_err = max(rows, key=error_ratio)
+                gmeans.append(f"{gmean:.3f}")
+                named = f" {worst['reference']}" if ref == "the faster one" else ""
+                worsts.append(f"{worst['ratio']:.3f} (N={worst['n']} {worst['direction']}{named})")
+                text = f"{len(slower)}: {', '.join(slower)}" if slower else "none"
+                slowers.append(f"{lib} {text}" if len(libraries) > 1 else text)
+                errs.append(f"{error_ratio(worst_err):.3g} (N={worst_err['n']} {worst_err['direction']})")
+            cases = len(rows_of(g.libraries()[0]))
+            lines.append(
+                f"| {g.title} {heading} | {cases} | {' / '.join(gmeans)} | {' / '.join(worsts)} "
+                f"| {'; '.join(slowers)} | {' / '.join(errs)} |"
+            )
     return lines
 
 
@@ -154,6 +184,10 @@ def draw_chart(g, path):
                         label=name + suffix)
             ax_ratio.plot(n, [r["ratio"] for r in ours], style, marker="o", ms=3, color=color,
                           label=f"{name} / {ours_from}" + suffix)
+            if g.has_best():
+                best = g.best_rows(lib, direction)
+                ax_ratio.plot([r["n"] for r in best], [r["ratio"] for r in best], style, marker="x", ms=4,
+                              color=color, alpha=0.6, label=f"{name} / {BEST_NAME}" + suffix)
         for r_index, ref in enumerate(g.references(), start=len(libraries)):
             rows = g.series(ref, direction)
             n = [r["n"] for r in rows]
@@ -165,7 +199,8 @@ def draw_chart(g, path):
     ax_ratio.axhline(1.0, color="black", linewidth=0.8)
 
     ax_ns.set_ylabel("ns per call")
-    ax_ratio.set_ylabel(f"time ratio to {ours_from}\n(below 1: qvngen faster)")
+    best = f" and to {BEST_NAME} (x)" if g.has_best() else ""
+    ax_ratio.set_ylabel(f"time ratio to {ours_from}{best}\n(below 1: qvngen faster)")
     ax_err.set_ylabel("relative RMS error")
     ax_err.set_xlabel("N")
     ax_ns.set_yscale("log")
