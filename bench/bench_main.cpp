@@ -28,6 +28,8 @@
 namespace qvnbench {
 void MakeWhtFfhtCases(const Options& opt, CaseList& out);  // wht_cases.cpp
 void MakeComplexDftKfrCases(const Options& opt, CaseList& out);  // dft_complex_cases.cpp
+void MakeRealFwdKfrCases(const Options& opt, CaseList& out);     // dft_real_cases.cpp
+void MakeRealInvKfrCases(const Options& opt, CaseList& out);
 namespace {
 
 // Adding a transform family is one line here plus its Make function.
@@ -36,9 +38,11 @@ const Family kFamilies[] = {
     // A second table when the build has KFR (QVNGEN_KFR_DIR).
     {"dft-c", "complex DFT vs KFR", "KFR", MakeComplexDftKfrCases},
     {"rfwd", "real DFT, R to CCS", "FFTW", MakeRealFwdCases},
+    {"rfwd", "real DFT, R to CCS vs KFR", "KFR", MakeRealFwdKfrCases},
     // The reference is whichever of two c2r plans is faster; the table
     // names the one kept (see dft_real_cases.cpp).
     {"rinv", "real DFT, CCS to R", "FFTW", MakeRealInvCases},
+    {"rinv", "real DFT, CCS to R vs KFR", "KFR", MakeRealInvKfrCases},
     {"hartley", "discrete Hartley", "FFTW", MakeHartleyCases},
     // Three tables under one name: against FFTW, a plain loop and FFHT.
     {"wht", "Walsh-Hadamard vs FFTW rank-k size-2 R2HC", "FFTW", MakeWhtFftwCases},

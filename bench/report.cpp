@@ -225,8 +225,12 @@ void PrintBestOfReferences(const std::function<void(std::FILE*)>& writeCsv) {
             std::printf("  worst ratio                %.3f (N=%d %s, vs %s)\n", s.worst->ratio, s.worst->n,
                         s.worst->direction.c_str(), s.worst->reference.c_str());
             std::printf("  ratio > 1 (%d)%s\n", s.slowCount, s.slower.c_str());
-            std::printf("  compared with");
-            for (const auto& [ref, count] : s.against) std::printf(" %s in %d", ref.c_str(), count);
+            std::printf("  ratio taken against       ");
+            const char* sep = " ";
+            for (const auto& [ref, count] : s.against) {
+                std::printf("%s%s in %d", sep, ref.c_str(), count);
+                sep = ", ";
+            }
             std::printf(" cases\n");
         }
     }
