@@ -9,7 +9,8 @@ std::string KfrDescription() {
     const int arch = kfr_current_arch();
     const bool known = arch >= 0 && arch < static_cast<int>(sizeof kArchs / sizeof kArchs[0]);
     return std::string(kfr_version_string()) + "; processor: " +
-           (known ? std::string(kArchs[arch]) : "arch " + std::to_string(arch));
+           (known ? std::string(kArchs[arch]) : "arch " + std::to_string(arch)) + "; timed through " +
+           Kfr<float>::kRoute;
 #else
     return {};
 #endif
