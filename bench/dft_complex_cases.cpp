@@ -76,7 +76,6 @@ class FftwDft {
     using F = Fftw<Real>;
 
 public:
-    static constexpr const char* kName = "FFTW";
     FftwDft(int n, bool inverse, const Options& opt, const std::function<void(Real*)>& fill)
         : in_(F::AllocCpx(n)), out_(F::AllocCpx(n)) {
         if (!in_ || !out_) throw std::bad_alloc();
@@ -111,7 +110,6 @@ class KfrDft {
     using K = Kfr<Real>;
 
 public:
-    static constexpr const char* kName = "KFR";
     KfrDft(int n, bool inverse, const Options&, const std::function<void(Real*)>&)
         : inverse_(inverse), plan_(K::Dft(n)) {
         if (!plan_) throw std::runtime_error("KFR could not plan a complex DFT of length " + std::to_string(n));
