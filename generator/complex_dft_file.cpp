@@ -72,6 +72,30 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text) {
     return SingleBody::kSsePair;
 }
 
+// The double-precision body of the 512-bit target: four complex doubles per
+// __m512d where that body's estimate beats two per __m256d. The estimate, in
+// half cycles: 256-bit arithmetic issues on two ports and shuffles on a
+// third (EstimatedCycles); 512-bit arithmetic and shuffles share two ports,
+// the shuffles only one of them. Measured over N = 6..64, the quad body ran
+// 10-38% slower wherever it needed half again the pair body's shuffles, and
+// up to 16% faster where it did not.
+int EstimatedCycles512(const Census& c) { return std::max(c.adds + c.muls + c.shuffles, 2 * c.shuffles); }
+
+bool QuadDoubleWins(int n, const std::string& recipe_text) {
+    const Recipe recipe = ParseRecipe(recipe_text);
+    int pair = 0, quad = 0;
+    for (int dir = 0; dir < 2; ++dir) {
+        Dag dag;
+        Signal x(n);
+        for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
+        Signal y = Transform(dag, recipe, x, dir == 0 ? -1 : +1);
+        KernelInput in{dag, y, n, "k"};
+        pair += EstimatedCycles(EmitPaired(in, AvxPairDouble()).census);
+        quad += EstimatedCycles512(EmitQuad(in, Avx512QuadDouble()).census);
+    }
+    return quad < pair;
+}
+
 GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
     if (recipe.length != n) throw std::runtime_error("recipe length mismatch for " + std::to_string(n));
@@ -86,12 +110,14 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     // Up to N = 5 a double kernel is a short dependency chain: pairing only
     // adds shuffles to it (measured 5-30% slower), so it keeps its SSE2 text.
     const bool avx_double = !single && isa != Isa::kX86_64 && n > 5;
+    const bool quad_double = avx_double && isa == Isa::kX86_64_v4 && QuadDoubleWins(n, recipe_text);
     const SingleBody body = single && !scalar && !vector_double_products && isa != Isa::kX86_64
                                 ? CheapestSingle(n, recipe_text)
                                 : SingleBody::kSsePair;
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
+    const std::string wide_access = quad_double ? "qvn::Unaligned512" : "qvn::Unaligned256";
     // Bodies for any alignment: the 256-bit kernels load and store unaligned
     // throughout, so they need no aligned twin.
     const bool two_bodies = !scalar && !avx;
@@ -100,6 +126,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     file.name = "dft_c_" + std::to_string(n) + "_" + prec + ".cpp";
     std::string layout = scalar ? (products_in_double ? "scalar, constant products formed in double"
                                                       : "scalar single precision")
+                                : quad_double ? "AVX-512, four complex values per __m512d"
                                 : avx_single ? "AVX, four complex values per __m256"
                                 : twin_halves ? "AVX, sibling pairs of two complex values in the halves of a __m256"
                                 : vector_double_products ? "two complex values per __m128, constant products formed in double"
@@ -120,6 +147,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                        : twin_halves ? EmitTwinHalves(in)
                        : vector_double_products ? EmitSsePairedDoubleProducts(in)
                        : single     ? EmitSsePaired(in)
+                       : quad_double ? EmitQuad(in, Avx512QuadDouble())
                        : avx_double ? EmitPaired(in, AvxPairDouble())
                                     : EmitSseDouble(in);
 
@@ -131,7 +159,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         kernels += "template <class Mem>\ninline void " + fn + "(const " + real + "* x, " + real + "* y, " + real +
                    " scale) {\n" + k.body + "}\n\n";
         std::string alias = fn + "Kernel";
-        const std::string bodies = avx ? fn + "<qvn::Unaligned256>, " + fn + "<qvn::Unaligned256>"
+        const std::string bodies = avx ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
                                               : fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>";
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
                    ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
@@ -144,7 +172,9 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
                 (avx || vector_double_products ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/complex_entry.h\"\n" +
-                (avx ? "#include \"frame/avx_complex_access.h\"\n\n" : "#include \"frame/sse_access.h\"\n\n") +
+                (quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
+                 : avx       ? "#include \"frame/avx_complex_access.h\"\n\n"
+                             : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"
                 "constexpr qvn::ScaleSet<" + real + "> kScales = " + ScaleSetText(n, type) + ";\n\n" +
                 kernels + "}  // namespace\n\n" + entries;

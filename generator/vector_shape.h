@@ -59,8 +59,8 @@ public:
     virtual std::string LoadBoth(const std::string&) const { return ""; }  // one value in both halves
 };
 
-// Shapes with four slots in two 128-bit halves (slots 0, 1 low; 2, 3 high):
-// the quad emitter's registers.
+// Shapes with four slots in two halves (slots 0, 1 low; 2, 3 high): the quad
+// emitter's registers.
 class QuadShape : public VectorShape {
 public:
     int Slots() const override { return 4; }
@@ -85,6 +85,9 @@ const PairShape& SsePairFloat();
 const PairShape& AvxPairDouble();
 // AVX, single precision: four complex floats per __m256.
 const QuadShape& AvxQuadFloat();
+// AVX-512, double precision: four complex doubles per __m512d, one per
+// 128-bit lane (the 256-bit halves are the quad's halves).
+const QuadShape& Avx512QuadDouble();
 
 // AVX, single precision: the two-per-__m128 kernel with pairs of its
 // instructions that do the same work on sibling data fused into one __m256
