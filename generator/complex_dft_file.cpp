@@ -78,7 +78,7 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text) {
 // third (EstimatedCycles); 512-bit arithmetic and shuffles share two ports,
 // the shuffles only one of them. Measured over N = 6..64, the quad body ran
 // 10-38% slower wherever it needed half again the pair body's shuffles, and
-// up to 16% faster where it did not.
+// up to 20% faster where it did not.
 int EstimatedCycles512(const Census& c) { return std::max(c.adds + c.muls + c.shuffles, 2 * c.shuffles); }
 
 bool QuadDoubleWins(int n, const std::string& recipe_text) {

@@ -10,6 +10,9 @@
 //      and the pairs of one kind and level merged into quads, cheapest
 //      first (the cost being the shuffles that line up their operands);
 //   4. what is left fills part of a register.
+// On shapes that mask operations per slot (AVX-512), step 3 is preceded by
+// one more: the products of the values of one planned register by
+// different constants (rotation, real factor, i or none) share a register.
 // Operands whose slots do not line up are gathered with the cheapest of:
 // one in-half shuffle, a combination of two halves (each found in a register
 // or made by one in-half shuffle, as in a 4 x 4 transpose), or a general
@@ -137,6 +140,14 @@ public:
         if (count == 4) return "Mem::Store(" + address + ", " + value + ");";
         return "qvn::StoreComplexesLow512<" + std::to_string(count) + ">(" + address + ", " + value + ");";
     }
+    bool MaskedOps() const override { return true; }
+    std::string MaskedCall(const char* name, const std::string& src, const std::vector<bool>& slots,
+                           const std::string& a, const std::string& b) const override {
+        int imm = 0;
+        for (int s = 0; s < 4; ++s)
+            if (slots[s]) imm |= 3 << (2 * s);
+        return "_mm512_mask_" + std::string(name) + "_pd(" + src + ", " + Hex(imm) + ", " + a + ", " + b + ")";
+    }
 
 private:
     // Lanes 0, 1 of the result from lanes p, q of a; lanes 2, 3 from lanes
@@ -184,6 +195,7 @@ public:
         ComputeAncestors();
         EmitLoads();
         PlanSiblings();
+        if (shape_.MaskedOps()) PlanMixedProducts();
         PlanByLevel();
         for (const Quad& unit : OrderUnits()) EmitUnit(unit);
         EmitStores();
@@ -569,6 +581,48 @@ private:
         in_half_.insert(b);
     }
 
+    // Products of the values of one register by different constants (a
+    // rotation, a real factor, i, or none at all, as the rotations of a
+    // Cooley-Tukey step after four side-by-side sub-transforms): one
+    // register, each slot computed by masked instructions that leave the
+    // others alone, so every slot gets exactly its own node's operations.
+    // A slot without a product keeps the register's value. Planned for
+    // every register of the plan whose values feed at least two products.
+    void PlanMixedProducts() {
+        const Dag& dag = in_.dag;
+        std::map<int, std::vector<int>> products;  // multiplicand -> unplanned products of it
+        for (int id : reachable_) {
+            const OpClass cls = ClassOf(dag.at(id).op);
+            if ((cls == OpClass::kMulCplx || cls == OpClass::kMulReal || cls == OpClass::kMulI) && !Planned(id))
+                products[dag.at(id).a].push_back(id);
+        }
+        const std::vector<Quad> registers = planned_.regs;
+        for (const Quad& m : registers) {
+            bool full = true;
+            for (int node : m) full = full && node >= 0;
+            if (!full) continue;
+            for (;;) {
+                Quad q = m;
+                int count = 0;
+                for (int s = 0; s < 4; ++s) {
+                    auto& list = products[m[s]];
+                    while (!list.empty() && Planned(list.front())) list.erase(list.begin());
+                    if (!list.empty()) {
+                        q[s] = list.front();
+                        ++count;
+                    }
+                }
+                if (count < 2) break;
+                int unit = static_cast<int>(units_.size());
+                units_.push_back(q);
+                mixed_[q] = m;
+                for (int s = 0; s < 4; ++s)
+                    if (q[s] != m[s]) plan_[q[s]] = {unit, s};
+                planned_.Add(q);
+            }
+        }
+    }
+
     // Arrangement of the operands of nodes in the slots of a unit: an add
     // may take its operands either way round; the cheapest is chosen.
     struct Operands {
@@ -685,6 +739,12 @@ private:
         for (const auto& [index, node] : loads_) available.insert(node);
         std::vector<Quad> pending = units_, order;
         auto ready = [&](const Quad& u) {
+            auto mixed = mixed_.find(u);
+            if (mixed != mixed_.end()) {
+                for (int node : mixed->second)
+                    if (!available.count(node)) return false;
+                return true;
+            }
             for (int node : u) {
                 if (node < 0) continue;
                 const Node& n = in_.dag.at(node);
@@ -705,6 +765,7 @@ private:
                 if (ready(pending[i]) && (best < 0 || key(pending[i]) < key(pending[best]))) best = static_cast<int>(i);
             if (best < 0) {  // units waiting on each other: split one
                 for (auto& u : pending) {
+                    if (mixed_.count(u)) continue;
                     int count = 0;
                     for (int node : u) count += node >= 0;
                     if (count < 2) continue;
@@ -773,7 +834,70 @@ private:
         return name;
     }
 
+    void EmitMixed(const Quad& u, const Quad& m) {
+        const Dag& dag = in_.dag;
+        Census& c = prog_.census;
+        std::vector<bool> scaled(4, false), rotated(4, false), turned(4, false);
+        std::vector<Real> factor(8, 0), cross(8, 0);
+        bool any_scaled = false, any_rotated = false, any_turned = false;
+        for (int s = 0; s < 4; ++s) {
+            if (u[s] == m[s]) continue;
+            const Node& n = dag.at(u[s]);
+            if (n.op == Op::kMulI) {
+                turned[s] = any_turned = true;
+                continue;
+            }
+            scaled[s] = any_scaled = true;
+            factor[2 * s] = factor[2 * s + 1] = n.c;
+            if (n.op == Op::kMulCplx) {
+                rotated[s] = any_rotated = true;
+                cross[2 * s] = -n.d;
+                cross[2 * s + 1] = n.d;
+            }
+        }
+        const int vx = Gather(m);
+        const std::string x = Name(vx);
+        std::string acc = x;
+        std::vector<int> deps{vx};
+        Quad slots = m;
+        auto step = [&](const std::string& expr, const std::vector<bool>& done) {
+            for (int s = 0; s < 4; ++s)
+                if (done[s]) slots[s] = u[s];
+            const int v = NewVec(Program::Kind::kCompute, expr, deps, slots);
+            acc = Name(v);
+            deps = {v};
+        };
+        if (any_scaled) {
+            ++c.muls;
+            // The rotated slots hold their first product until the add below.
+            Quad partial = slots;
+            for (int s = 0; s < 4; ++s)
+                if (scaled[s]) partial[s] = rotated[s] ? kFree : u[s];
+            const int v = NewVec(Program::Kind::kCompute,
+                                 shape_.MaskedCall("mul", x, scaled, x, consts_.Ref(factor)), deps, partial);
+            acc = Name(v);
+            deps = {v};
+            slots = partial;
+        }
+        if (any_rotated || any_turned) ++c.shuffles;
+        if (any_rotated) {
+            ++c.muls;
+            ++c.adds;
+            step(shape_.MaskedCall("add", acc, rotated, acc,
+                                   shape_.Call("mul", shape_.SwapParts(x), consts_.Ref(cross))),
+                 rotated);
+        }
+        if (any_turned) {
+            ++c.shuffles;
+            step(shape_.MaskedCall("xor", acc, turned, shape_.SwapParts(x),
+                                   Mask("neg_re", {true, false, true, false, true, false, true, false})),
+                 turned);
+        }
+    }
+
     void EmitUnit(const Quad& planned) {
+        auto mixed = mixed_.find(planned);
+        if (mixed != mixed_.end()) return EmitMixed(planned, mixed->second);
         const Quad u = Place(planned);
         const Dag& dag = in_.dag;
         int first = -1;
@@ -893,6 +1017,7 @@ private:
     RegFile made_;                                 // registers emitted so far (vecs_)
     RegFile planned_;                              // loads and planned units
     std::map<std::string, std::string> prelude_;   // masks and signed scales
+    std::map<Quad, Quad> mixed_;                   // mixed product units -> their multiplicands
 };
 
 }  // namespace

@@ -76,6 +76,15 @@ public:
     // (the others zero on a load).
     virtual std::string LoadLow(const std::string& address, int count) const = 0;
     virtual std::string StoreLow(const std::string& address, int count, const std::string& value) const = 0;
+    // Whether operations can be masked per slot (AVX-512): then values of one
+    // register multiplied by different kinds of constant share a register.
+    virtual bool MaskedOps() const { return false; }
+    // `name` ("mul", "add", "xor") of a and b in the slots marked true, the
+    // other slots from src.
+    virtual std::string MaskedCall(const char*, const std::string&, const std::vector<bool>&, const std::string&,
+                                   const std::string&) const {
+        return "";
+    }
 };
 
 // SSE2, single precision: two complex floats per __m128.
