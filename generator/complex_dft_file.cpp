@@ -49,7 +49,7 @@ enum class SingleBody { kSsePair, kQuad, kTwinHalves };
 // inserts and extracts between 128-bit and 256-bit code add latency the
 // estimate does not see; measured, twin bodies estimated 3% better than
 // the body they replaced ran 1-2% slower); else the two-per-__m128 body.
-SingleBody CheapestSingle(int n, const std::string& recipe_text) {
+SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape& quad) {
     const Recipe recipe = ParseRecipe(recipe_text);
     int cost[3] = {0, 0, 0};
     bool twin_ok = true;
@@ -60,7 +60,7 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text) {
         Signal y = Transform(dag, recipe, x, dir == 0 ? -1 : +1);
         KernelInput in{dag, y, n, "k"};
         cost[0] += EstimatedCycles(EmitSsePaired(in).census);
-        cost[1] += EstimatedCycles(EmitQuad(in, AvxQuadFloat()).census);
+        cost[1] += EstimatedCycles(EmitQuad(in, quad).census);
         try {
             cost[2] += EstimatedCycles(EmitTwinHalves(in).census);
         } catch (const std::runtime_error&) {
@@ -111,8 +111,10 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     // adds shuffles to it (measured 5-30% slower), so it keeps its SSE2 text.
     const bool avx_double = !single && isa != Isa::kX86_64 && n > 5;
     const bool quad_double = avx_double && isa == Isa::kX86_64_v4 && QuadDoubleWins(n, recipe_text);
+    // The AVX-512 target masks operations per slot (mixed products).
+    const QuadShape& quad_float = isa == Isa::kX86_64_v4 ? AvxQuadFloatMasked() : AvxQuadFloat();
     const SingleBody body = single && !scalar && !vector_double_products && isa != Isa::kX86_64
-                                ? CheapestSingle(n, recipe_text)
+                                ? CheapestSingle(n, recipe_text, quad_float)
                                 : SingleBody::kSsePair;
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
@@ -143,7 +145,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         Signal y = Transform(dag, recipe, x, forward ? -1 : +1);
         KernelInput in{dag, y, n, forward ? "kForwardConstants" : "kInverseConstants"};
         KernelText k = scalar       ? EmitScalar(in, products_in_double)
-                       : avx_single ? EmitQuad(in, AvxQuadFloat())
+                       : avx_single ? EmitQuad(in, quad_float)
                        : twin_halves ? EmitTwinHalves(in)
                        : vector_double_products ? EmitSsePairedDoubleProducts(in)
                        : single     ? EmitSsePaired(in)

@@ -97,6 +97,19 @@ public:
     }
 };
 
+// The same registers on an AVX-512 target (VL): operations masked per slot.
+class Avx512VlQuadFloatShape : public AvxQuadFloatShape {
+public:
+    bool MaskedOps() const override { return true; }
+    std::string MaskedCall(const char* name, const std::string& src, const std::vector<bool>& slots,
+                           const std::string& a, const std::string& b) const override {
+        int imm = 0;
+        for (int s = 0; s < 4; ++s)
+            if (slots[s]) imm |= 3 << (2 * s);
+        return "_mm256_mask_" + std::string(name) + "_ps(" + src + ", " + Hex(imm) + ", " + a + ", " + b + ")";
+    }
+};
+
 // AVX-512, double precision: four complex doubles per __m512d, one per
 // 128-bit lane; the "halves" are the 256-bit halves. Moves of whole complex
 // values between lanes are 128-bit lane shuffles (one instruction each);
@@ -1024,6 +1037,11 @@ private:
 
 const QuadShape& AvxQuadFloat() {
     static const AvxQuadFloatShape shape;
+    return shape;
+}
+
+const QuadShape& AvxQuadFloatMasked() {
+    static const Avx512VlQuadFloatShape shape;
     return shape;
 }
 

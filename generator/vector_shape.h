@@ -94,6 +94,8 @@ const PairShape& SsePairFloat();
 const PairShape& AvxPairDouble();
 // AVX, single precision: four complex floats per __m256.
 const QuadShape& AvxQuadFloat();
+// The same on an AVX-512 target, where operations can be masked per slot.
+const QuadShape& AvxQuadFloatMasked();
 // AVX-512, double precision: four complex doubles per __m512d, one per
 // 128-bit lane (the 256-bit halves are the quad's halves).
 const QuadShape& Avx512QuadDouble();
