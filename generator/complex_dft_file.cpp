@@ -49,9 +49,21 @@ enum class SingleBody { kSsePair, kQuad, kTwinHalves };
 // inserts and extracts between 128-bit and 256-bit code add latency the
 // estimate does not see; measured, twin bodies estimated 3% better than
 // the body they replaced ran 1-2% slower); else the two-per-__m128 body.
-SingleBody CheapestSingle(int n, const std::string& recipe_text) {
+//
+// On the AVX-512 target (`fewer_instructions`) the quad body is also taken
+// where it needs fewer instructions in all than the body it replaces and its
+// estimate is at most 30% above that body's: there most of what the census
+// counts as shuffles (sign flips, blends) issues on three ports, and so do
+// 256-bit adds, so the shuffle bound overstates the quad body. Measured, the
+// 14 lengths this adds ran 4-32% faster; the next one out (N = 23, 33%
+// above) was 5% slower, as were twin-halves lengths at 26-40% above.
+SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape& quad, bool fewer_instructions) {
     const Recipe recipe = ParseRecipe(recipe_text);
-    int cost[3] = {0, 0, 0};
+    int cost[3] = {0, 0, 0}, total[3] = {0, 0, 0};
+    auto add = [&](int body, const Census& c) {
+        cost[body] += EstimatedCycles(c);
+        total[body] += c.adds + c.muls + c.shuffles;
+    };
     bool twin_ok = true;
     for (int dir = 0; dir < 2; ++dir) {
         Dag dag;
@@ -59,17 +71,43 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text) {
         for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
         Signal y = Transform(dag, recipe, x, dir == 0 ? -1 : +1);
         KernelInput in{dag, y, n, "k"};
-        cost[0] += EstimatedCycles(EmitSsePaired(in).census);
-        cost[1] += EstimatedCycles(EmitQuad(in, AvxQuadFloat()).census);
+        add(0, EmitSsePaired(in).census);
+        add(1, EmitQuad(in, quad).census);
         try {
-            cost[2] += EstimatedCycles(EmitTwinHalves(in).census);
+            add(2, EmitTwinHalves(in).census);
         } catch (const std::runtime_error&) {
             twin_ok = false;
         }
     }
     if (cost[1] < cost[0]) return SingleBody::kQuad;
-    if (twin_ok && 30 * cost[2] < 29 * cost[0]) return SingleBody::kTwinHalves;
-    return SingleBody::kSsePair;
+    const bool twin = twin_ok && 30 * cost[2] < 29 * cost[0];
+    const int other = twin ? 2 : 0;
+    if (fewer_instructions && total[1] < total[other] && 10 * cost[1] <= 13 * cost[other]) return SingleBody::kQuad;
+    return twin ? SingleBody::kTwinHalves : SingleBody::kSsePair;
+}
+
+// The double-precision body of the 512-bit target: four complex doubles per
+// __m512d where that body's estimate beats two per __m256d. The estimate, in
+// half cycles: 256-bit arithmetic issues on two ports and shuffles on a
+// third (EstimatedCycles); 512-bit arithmetic and shuffles share two ports,
+// the shuffles only one of them. Measured over N = 6..64, the quad body ran
+// 10-38% slower wherever it needed half again the pair body's shuffles, and
+// up to 20% faster where it did not.
+int EstimatedCycles512(const Census& c) { return std::max(c.adds + c.muls + c.shuffles, 2 * c.shuffles); }
+
+bool QuadDoubleWins(int n, const std::string& recipe_text) {
+    const Recipe recipe = ParseRecipe(recipe_text);
+    int pair = 0, quad = 0;
+    for (int dir = 0; dir < 2; ++dir) {
+        Dag dag;
+        Signal x(n);
+        for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
+        Signal y = Transform(dag, recipe, x, dir == 0 ? -1 : +1);
+        KernelInput in{dag, y, n, "k"};
+        pair += EstimatedCycles(EmitPaired(in, AvxPairDouble()).census);
+        quad += EstimatedCycles512(EmitQuad(in, Avx512QuadDouble()).census);
+    }
+    return quad < pair;
 }
 
 GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa isa) {
@@ -86,12 +124,16 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     // Up to N = 5 a double kernel is a short dependency chain: pairing only
     // adds shuffles to it (measured 5-30% slower), so it keeps its SSE2 text.
     const bool avx_double = !single && isa != Isa::kX86_64 && n > 5;
+    const bool quad_double = avx_double && isa == Isa::kX86_64_v4 && QuadDoubleWins(n, recipe_text);
+    // The AVX-512 target masks operations per slot (mixed products).
+    const QuadShape& quad_float = isa == Isa::kX86_64_v4 ? AvxQuadFloatMasked() : AvxQuadFloat();
     const SingleBody body = single && !scalar && !vector_double_products && isa != Isa::kX86_64
-                                ? CheapestSingle(n, recipe_text)
+                                ? CheapestSingle(n, recipe_text, quad_float, isa == Isa::kX86_64_v4)
                                 : SingleBody::kSsePair;
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
+    const std::string wide_access = quad_double ? "qvn::Unaligned512" : "qvn::Unaligned256";
     // Bodies for any alignment: the 256-bit kernels load and store unaligned
     // throughout, so they need no aligned twin.
     const bool two_bodies = !scalar && !avx;
@@ -100,6 +142,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     file.name = "dft_c_" + std::to_string(n) + "_" + prec + ".cpp";
     std::string layout = scalar ? (products_in_double ? "scalar, constant products formed in double"
                                                       : "scalar single precision")
+                                : quad_double ? "AVX-512, four complex values per __m512d"
                                 : avx_single ? "AVX, four complex values per __m256"
                                 : twin_halves ? "AVX, sibling pairs of two complex values in the halves of a __m256"
                                 : vector_double_products ? "two complex values per __m128, constant products formed in double"
@@ -116,10 +159,11 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         Signal y = Transform(dag, recipe, x, forward ? -1 : +1);
         KernelInput in{dag, y, n, forward ? "kForwardConstants" : "kInverseConstants"};
         KernelText k = scalar       ? EmitScalar(in, products_in_double)
-                       : avx_single ? EmitQuad(in, AvxQuadFloat())
+                       : avx_single ? EmitQuad(in, quad_float)
                        : twin_halves ? EmitTwinHalves(in)
                        : vector_double_products ? EmitSsePairedDoubleProducts(in)
                        : single     ? EmitSsePaired(in)
+                       : quad_double ? EmitQuad(in, Avx512QuadDouble())
                        : avx_double ? EmitPaired(in, AvxPairDouble())
                                     : EmitSseDouble(in);
 
@@ -131,7 +175,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         kernels += "template <class Mem>\ninline void " + fn + "(const " + real + "* x, " + real + "* y, " + real +
                    " scale) {\n" + k.body + "}\n\n";
         std::string alias = fn + "Kernel";
-        const std::string bodies = avx ? fn + "<qvn::Unaligned256>, " + fn + "<qvn::Unaligned256>"
+        const std::string bodies = avx ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
                                               : fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>";
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
                    ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
@@ -144,7 +188,9 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
                 (avx || vector_double_products ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/complex_entry.h\"\n" +
-                (avx ? "#include \"frame/avx_complex_access.h\"\n\n" : "#include \"frame/sse_access.h\"\n\n") +
+                (quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
+                 : avx       ? "#include \"frame/avx_complex_access.h\"\n\n"
+                             : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"
                 "constexpr qvn::ScaleSet<" + real + "> kScales = " + ScaleSetText(n, type) + ";\n\n" +
                 kernels + "}  // namespace\n\n" + entries;

@@ -1,5 +1,6 @@
-// Quad emitter: four complex values per register, in two 128-bit halves
-// (slots 0, 1 low; 2, 3 high), e.g. four complex floats per __m256. It plans
+// Quad emitter: four complex values per register, in two halves (slots 0, 1
+// low; 2, 3 high), e.g. four complex floats per __m256 or four complex
+// doubles per __m512d. It plans
 // like the pair emitter (emit_sse_paired.cpp), one level up:
 //   1. four sibling sub-transforms of one stage whose node sequences agree
 //      (up to add against subtract) run side by side, outermost stages
@@ -9,6 +10,9 @@
 //      and the pairs of one kind and level merged into quads, cheapest
 //      first (the cost being the shuffles that line up their operands);
 //   4. what is left fills part of a register.
+// On shapes that mask operations per slot (AVX-512), step 3 is preceded by
+// one more: the products of the values of one planned register by
+// different constants (rotation, real factor, i or none) share a register.
 // Operands whose slots do not line up are gathered with the cheapest of:
 // one in-half shuffle, a combination of two halves (each found in a register
 // or made by one in-half shuffle, as in a 4 x 4 transpose), or a general
@@ -93,6 +97,79 @@ public:
     }
 };
 
+// The same registers on an AVX-512 target (VL): operations masked per slot.
+class Avx512VlQuadFloatShape : public AvxQuadFloatShape {
+public:
+    bool MaskedOps() const override { return true; }
+    std::string MaskedCall(const char* name, const std::string& src, const std::vector<bool>& slots,
+                           const std::string& a, const std::string& b) const override {
+        int imm = 0;
+        for (int s = 0; s < 4; ++s)
+            if (slots[s]) imm |= 3 << (2 * s);
+        return "_mm256_mask_" + std::string(name) + "_ps(" + src + ", " + Hex(imm) + ", " + a + ", " + b + ")";
+    }
+};
+
+// AVX-512, double precision: four complex doubles per __m512d, one per
+// 128-bit lane; the "halves" are the 256-bit halves. Moves of whole complex
+// values between lanes are 128-bit lane shuffles (one instruction each);
+// blends are masked moves, which issue on two ports instead of one.
+class Avx512QuadDoubleShape : public QuadShape {
+public:
+    ElemType Elem() const override { return ElemType::kDouble; }
+    std::string Type() const override { return "__m512d"; }
+    std::string Op(const char* name) const override { return std::string("_mm512_") + name + "_pd"; }
+    std::string SwapParts(const std::string& x) const override { return "_mm512_permute_pd(" + x + ", 0x55)"; }
+    std::string SignMask(const std::vector<bool>& lanes) const override {
+        return "qvn::SignMask512Pd(" + Bools(lanes) + ")";
+    }
+    std::string CombineHalves(const std::string& v1, int h1, const std::string& v2, int h2) const override {
+        if (h1 == 0 && h2 == 1) return "_mm512_mask_blend_pd(0xF0, " + v1 + ", " + v2 + ")";
+        return LaneShuffle(v1, 2 * h1, 2 * h1 + 1, v2, 2 * h2, 2 * h2 + 1);
+    }
+    // Result lanes (a.i, b.j, a.2+i, b.2+j): no single lane shuffle does
+    // that, one two-source permute does.
+    std::string ShuffleInHalves(const std::string& a, int i, const std::string& b, int j) const override {
+        return "_mm512_permutex2var_pd(" + a + ", qvn::LanePick512(" + std::to_string(i) + ", " +
+               std::to_string(4 + j) + ", " + std::to_string(2 + i) + ", " + std::to_string(6 + j) + "), " + b + ")";
+    }
+    std::string Permute(const std::string& x, const std::vector<int>& from) const override {
+        std::vector<int> f(from);
+        for (int s = 0; s < 4; ++s)
+            if (f[s] < 0) f[s] = s;
+        return LaneShuffle(x, f[0], f[1], x, f[2], f[3]);
+    }
+    std::string Blend(const std::string& a, const std::string& b, const std::vector<bool>& from_b) const override {
+        int imm = 0;
+        for (int s = 0; s < 4; ++s)
+            if (from_b[s]) imm |= 3 << (2 * s);
+        return "_mm512_mask_blend_pd(" + Hex(imm) + ", " + a + ", " + b + ")";
+    }
+    std::string LoadLow(const std::string& address, int count) const override {
+        if (count == 4) return "Mem::Load(" + address + ")";
+        return "qvn::LoadComplexesLow512<" + std::to_string(count) + ">(" + address + ")";
+    }
+    std::string StoreLow(const std::string& address, int count, const std::string& value) const override {
+        if (count == 4) return "Mem::Store(" + address + ", " + value + ");";
+        return "qvn::StoreComplexesLow512<" + std::to_string(count) + ">(" + address + ", " + value + ");";
+    }
+    bool MaskedOps() const override { return true; }
+    std::string MaskedCall(const char* name, const std::string& src, const std::vector<bool>& slots,
+                           const std::string& a, const std::string& b) const override {
+        int imm = 0;
+        for (int s = 0; s < 4; ++s)
+            if (slots[s]) imm |= 3 << (2 * s);
+        return "_mm512_mask_" + std::string(name) + "_pd(" + src + ", " + Hex(imm) + ", " + a + ", " + b + ")";
+    }
+
+private:
+    // Lanes 0, 1 of the result from lanes p, q of a; lanes 2, 3 from lanes
+    // r, s of b.
+    static std::string LaneShuffle(const std::string& a, int p, int q, const std::string& b, int r, int s) {
+        return "_mm512_shuffle_f64x2(" + a + ", " + b + ", " + Hex(p | q << 2 | r << 4 | s << 6) + ")";
+    }
+};
+
 // Which register holds which node in which slot: the registers the kernel
 // has made so far, or those the plan will make.
 struct RegFile {
@@ -131,6 +208,7 @@ public:
         ComputeAncestors();
         EmitLoads();
         PlanSiblings();
+        if (shape_.MaskedOps()) PlanMixedProducts();
         PlanByLevel();
         for (const Quad& unit : OrderUnits()) EmitUnit(unit);
         EmitStores();
@@ -516,6 +594,48 @@ private:
         in_half_.insert(b);
     }
 
+    // Products of the values of one register by different constants (a
+    // rotation, a real factor, i, or none at all, as the rotations of a
+    // Cooley-Tukey step after four side-by-side sub-transforms): one
+    // register, each slot computed by masked instructions that leave the
+    // others alone, so every slot gets exactly its own node's operations.
+    // A slot without a product keeps the register's value. Planned for
+    // every register of the plan whose values feed at least two products.
+    void PlanMixedProducts() {
+        const Dag& dag = in_.dag;
+        std::map<int, std::vector<int>> products;  // multiplicand -> unplanned products of it
+        for (int id : reachable_) {
+            const OpClass cls = ClassOf(dag.at(id).op);
+            if ((cls == OpClass::kMulCplx || cls == OpClass::kMulReal || cls == OpClass::kMulI) && !Planned(id))
+                products[dag.at(id).a].push_back(id);
+        }
+        const std::vector<Quad> registers = planned_.regs;
+        for (const Quad& m : registers) {
+            bool full = true;
+            for (int node : m) full = full && node >= 0;
+            if (!full) continue;
+            for (;;) {
+                Quad q = m;
+                int count = 0;
+                for (int s = 0; s < 4; ++s) {
+                    auto& list = products[m[s]];
+                    while (!list.empty() && Planned(list.front())) list.erase(list.begin());
+                    if (!list.empty()) {
+                        q[s] = list.front();
+                        ++count;
+                    }
+                }
+                if (count < 2) break;
+                int unit = static_cast<int>(units_.size());
+                units_.push_back(q);
+                mixed_[q] = m;
+                for (int s = 0; s < 4; ++s)
+                    if (q[s] != m[s]) plan_[q[s]] = {unit, s};
+                planned_.Add(q);
+            }
+        }
+    }
+
     // Arrangement of the operands of nodes in the slots of a unit: an add
     // may take its operands either way round; the cheapest is chosen.
     struct Operands {
@@ -632,6 +752,12 @@ private:
         for (const auto& [index, node] : loads_) available.insert(node);
         std::vector<Quad> pending = units_, order;
         auto ready = [&](const Quad& u) {
+            auto mixed = mixed_.find(u);
+            if (mixed != mixed_.end()) {
+                for (int node : mixed->second)
+                    if (!available.count(node)) return false;
+                return true;
+            }
             for (int node : u) {
                 if (node < 0) continue;
                 const Node& n = in_.dag.at(node);
@@ -652,6 +778,7 @@ private:
                 if (ready(pending[i]) && (best < 0 || key(pending[i]) < key(pending[best]))) best = static_cast<int>(i);
             if (best < 0) {  // units waiting on each other: split one
                 for (auto& u : pending) {
+                    if (mixed_.count(u)) continue;
                     int count = 0;
                     for (int node : u) count += node >= 0;
                     if (count < 2) continue;
@@ -720,7 +847,70 @@ private:
         return name;
     }
 
+    void EmitMixed(const Quad& u, const Quad& m) {
+        const Dag& dag = in_.dag;
+        Census& c = prog_.census;
+        std::vector<bool> scaled(4, false), rotated(4, false), turned(4, false);
+        std::vector<Real> factor(8, 0), cross(8, 0);
+        bool any_scaled = false, any_rotated = false, any_turned = false;
+        for (int s = 0; s < 4; ++s) {
+            if (u[s] == m[s]) continue;
+            const Node& n = dag.at(u[s]);
+            if (n.op == Op::kMulI) {
+                turned[s] = any_turned = true;
+                continue;
+            }
+            scaled[s] = any_scaled = true;
+            factor[2 * s] = factor[2 * s + 1] = n.c;
+            if (n.op == Op::kMulCplx) {
+                rotated[s] = any_rotated = true;
+                cross[2 * s] = -n.d;
+                cross[2 * s + 1] = n.d;
+            }
+        }
+        const int vx = Gather(m);
+        const std::string x = Name(vx);
+        std::string acc = x;
+        std::vector<int> deps{vx};
+        Quad slots = m;
+        auto step = [&](const std::string& expr, const std::vector<bool>& done) {
+            for (int s = 0; s < 4; ++s)
+                if (done[s]) slots[s] = u[s];
+            const int v = NewVec(Program::Kind::kCompute, expr, deps, slots);
+            acc = Name(v);
+            deps = {v};
+        };
+        if (any_scaled) {
+            ++c.muls;
+            // The rotated slots hold their first product until the add below.
+            Quad partial = slots;
+            for (int s = 0; s < 4; ++s)
+                if (scaled[s]) partial[s] = rotated[s] ? kFree : u[s];
+            const int v = NewVec(Program::Kind::kCompute,
+                                 shape_.MaskedCall("mul", x, scaled, x, consts_.Ref(factor)), deps, partial);
+            acc = Name(v);
+            deps = {v};
+            slots = partial;
+        }
+        if (any_rotated || any_turned) ++c.shuffles;
+        if (any_rotated) {
+            ++c.muls;
+            ++c.adds;
+            step(shape_.MaskedCall("add", acc, rotated, acc,
+                                   shape_.Call("mul", shape_.SwapParts(x), consts_.Ref(cross))),
+                 rotated);
+        }
+        if (any_turned) {
+            ++c.shuffles;
+            step(shape_.MaskedCall("xor", acc, turned, shape_.SwapParts(x),
+                                   Mask("neg_re", {true, false, true, false, true, false, true, false})),
+                 turned);
+        }
+    }
+
     void EmitUnit(const Quad& planned) {
+        auto mixed = mixed_.find(planned);
+        if (mixed != mixed_.end()) return EmitMixed(planned, mixed->second);
         const Quad u = Place(planned);
         const Dag& dag = in_.dag;
         int first = -1;
@@ -840,12 +1030,23 @@ private:
     RegFile made_;                                 // registers emitted so far (vecs_)
     RegFile planned_;                              // loads and planned units
     std::map<std::string, std::string> prelude_;   // masks and signed scales
+    std::map<Quad, Quad> mixed_;                   // mixed product units -> their multiplicands
 };
 
 }  // namespace
 
 const QuadShape& AvxQuadFloat() {
     static const AvxQuadFloatShape shape;
+    return shape;
+}
+
+const QuadShape& AvxQuadFloatMasked() {
+    static const Avx512VlQuadFloatShape shape;
+    return shape;
+}
+
+const QuadShape& Avx512QuadDouble() {
+    static const Avx512QuadDoubleShape shape;
     return shape;
 }
 

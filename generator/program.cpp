@@ -44,16 +44,15 @@ std::string ConstTable::Ref(const std::vector<Real>& lanes) {
         rows_.push_back(lanes);
         index_.emplace(key, row);
     }
-    const bool wide = Bytes() == 32;
-    const char* load = type_ == ElemType::kFloat ? (wide ? "_mm256_load_ps" : "_mm_load_ps")
-                                                 : (wide ? "_mm256_load_pd" : "_mm_load_pd");
-    return std::string(load) + "(" + name_ + "[" + std::to_string(row) + "])";
+    const char* width = Bytes() == 64 ? "_mm512" : Bytes() == 32 ? "_mm256" : "_mm";
+    const char* load = type_ == ElemType::kFloat ? "_load_ps" : "_load_pd";
+    return std::string(width) + load + "(" + name_ + "[" + std::to_string(row) + "])";
 }
 
 std::string ConstTable::Definition() const {
     if (rows_.empty()) return "";
     const char* elem = type_ == ElemType::kFloat ? "float" : "double";
-    std::string out = std::string(Bytes() == 32 ? "alignas(32)" : "alignas(16)") + " const " + std::string(elem) + " " + name_ + "[][" + std::to_string(lanes_) + "] = {\n";
+    std::string out = "alignas(" + std::to_string(Bytes()) + ")" + " const " + std::string(elem) + " " + name_ + "[][" + std::to_string(lanes_) + "] = {\n";
     for (const auto& row : rows_) {
         std::string lits, decs;
         for (size_t i = 0; i < row.size(); ++i) {

@@ -41,7 +41,7 @@ private:
     std::string name_;
     ElemType type_;
     int lanes_;
-    int Bytes() const { return lanes_ * (type_ == ElemType::kFloat ? 4 : 8); }  // 16: SSE, 32: AVX row
+    int Bytes() const { return lanes_ * (type_ == ElemType::kFloat ? 4 : 8); }  // 16: SSE, 32: AVX, 64: AVX-512 row
     std::vector<std::vector<Real>> rows_;
     std::map<std::vector<std::string>, int> index_;
 };

@@ -59,8 +59,8 @@ public:
     virtual std::string LoadBoth(const std::string&) const { return ""; }  // one value in both halves
 };
 
-// Shapes with four slots in two 128-bit halves (slots 0, 1 low; 2, 3 high):
-// the quad emitter's registers.
+// Shapes with four slots in two halves (slots 0, 1 low; 2, 3 high): the quad
+// emitter's registers.
 class QuadShape : public VectorShape {
 public:
     int Slots() const override { return 4; }
@@ -76,6 +76,15 @@ public:
     // (the others zero on a load).
     virtual std::string LoadLow(const std::string& address, int count) const = 0;
     virtual std::string StoreLow(const std::string& address, int count, const std::string& value) const = 0;
+    // Whether operations can be masked per slot (AVX-512): then values of one
+    // register multiplied by different kinds of constant share a register.
+    virtual bool MaskedOps() const { return false; }
+    // `name` ("mul", "add", "xor") of a and b in the slots marked true, the
+    // other slots from src.
+    virtual std::string MaskedCall(const char*, const std::string&, const std::vector<bool>&, const std::string&,
+                                   const std::string&) const {
+        return "";
+    }
 };
 
 // SSE2, single precision: two complex floats per __m128.
@@ -85,6 +94,11 @@ const PairShape& SsePairFloat();
 const PairShape& AvxPairDouble();
 // AVX, single precision: four complex floats per __m256.
 const QuadShape& AvxQuadFloat();
+// The same on an AVX-512 target, where operations can be masked per slot.
+const QuadShape& AvxQuadFloatMasked();
+// AVX-512, double precision: four complex doubles per __m512d, one per
+// 128-bit lane (the 256-bit halves are the quad's halves).
+const QuadShape& Avx512QuadDouble();
 
 // AVX, single precision: the two-per-__m128 kernel with pairs of its
 // instructions that do the same work on sibling data fused into one __m256
