@@ -112,12 +112,16 @@ const char kUsage[] =
     "  --report DIR      also write DIR/report.md (summary table and charts of time,\n"
     "                    ratio to FFTW and error against N) and DIR/results.csv\n"
     "  --placements      instead of the tables: time every chosen entry of every\n"
-    "                    library at 56 placements of source, destination and stack\n"
-    "                    (4K aliasing, 64 B and 2 KB apart, in place, lines split;\n"
-    "                    stack pointer in 512 B steps) and report each entry's\n"
-    "                    spread, slowest over fastest; fastest of 9 batches of\n"
-    "                    ~20 us per placement unless --batches/--batch-us say\n"
-    "                    otherwise; with --report, DIR/placements.md\n"
+    "                    library at 320 placements of source, destination and stack\n"
+    "                    (destination at the source's page offset, 64 B after or\n"
+    "                    before it, 2 KB apart, in place; source at 8 offsets in\n"
+    "                    its page, half of them 16 B past a line; stack pointer at\n"
+    "                    8 offsets from the source) and report each entry's spread,\n"
+    "                    slowest over fastest; fastest of 9 batches of ~20 us per\n"
+    "                    placement unless --batches/--batch-us say otherwise; with\n"
+    "                    --report, DIR/placements.md\n"
+    "  --stack-steps K   with --placements: K stack pointer offsets per page instead\n"
+    "                    of 8 (a power of two up to 256)\n"
     "\n"
     "After the tables, the time of each 32-bit entry over its 64-bit twin is listed\n"
     "per family and length, for every length run in both precisions.\n";
@@ -150,6 +154,7 @@ void ParseSizes(const std::string& list, std::vector<int>& out) {
 struct CommandLine {
     Options options;
     bool placements = false;  // --placements: the spread over placements instead of the tables
+    int stackSteps = 8;       // --stack-steps: stack pointer offsets per page with --placements
 };
 
 CommandLine Parse(int argc, char** argv) {
@@ -176,9 +181,10 @@ CommandLine Parse(int argc, char** argv) {
         else if (a == "--report") o.reportDir = value();
         else if (a == "--lib") o.libraries = value();
         else if (a == "--placements") line.placements = true;
+        else if (a == "--stack-steps") line.stackSteps = ToInt(value());
         else Usage(2);
     }
-    // 56 placements per entry: shorter runs per placement than the tables'.
+    // 320 placements per entry: shorter runs per placement than the tables..
     if (line.placements && !batchesGiven) o.batches = 9;
     if (line.placements && !batchLengthGiven) o.batchMicros = 20;
     const bool badDirection = !o.direction.empty() && o.direction != "fwd" && o.direction != "inv";
@@ -485,7 +491,7 @@ int main(int argc, char** argv) {
         std::string commandLine = "qvngen-bench";
         for (int i = 1; i < argc; ++i) commandLine += std::string(" ") + argv[i];
         const auto line = qvnbench::Parse(argc, argv);
-        if (line.placements) return qvnbench::RunPlacements(line.options, commandLine);
+        if (line.placements) return qvnbench::RunPlacements(line.options, line.stackSteps, commandLine);
         return qvnbench::Run(line.options, commandLine);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "qvngen-bench: %s\n", e.what());

@@ -10,8 +10,9 @@
 namespace qvnbench {
 
 // Times the entries `opt` chooses (family, precision, direction, lengths) in
-// every library of --lib and prints the spread table; with --report, also
-// writes DIR/placements.md. Returns the program's exit status.
-int RunPlacements(const Options& opt, const std::string& commandLine);
+// every library of --lib, with the stack pointer at `stackSteps` offsets from
+// the source spread evenly over a page, and prints the spread table; with
+// --report, also writes DIR/placements.md. Returns the program's exit status.
+int RunPlacements(const Options& opt, int stackSteps, const std::string& commandLine);
 
 }  // namespace qvnbench
