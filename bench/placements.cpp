@@ -18,6 +18,8 @@
 // exact and the same from run to run. All placements of an entry take turns
 // batch by batch, in a new order each round, and each keeps its fastest
 // batch: noise only adds time, a placement's penalty is there in every batch.
+// The slowest placement of an entry whose spread comes out above 1.3 is
+// timed again before the figure is kept.
 //
 // The spread of an entry is its slowest out-of-place placement's time over
 // its fastest. In place is reported apart, as its fastest time over the
@@ -92,22 +94,20 @@ std::string PlacementName(int p) {
            std::to_string((p % g_stackCount) * StackStep());
 }
 
+// The bottom of the last CallsBelow frame: the stack pointer its calls start
+// from.
+std::uintptr_t g_frameBottom;
+
 // `calls` calls of fn(args...) from a frame whose stack pointer lies `pad`
-// bytes (rounded to 16) below the caller's. Not inlined, so the allocation
-// really moves the frame of every call made from here.
+// bytes (a multiple of 16) below where it would be without. Not inlined, so
+// the allocation really moves the frame of every call made from here.
 template <class Fn, class... Args>
 __attribute__((noinline)) void CallsBelow(std::size_t pad, long calls, Fn fn, Args... args) {
     auto* block = static_cast<volatile char*>(alloca(pad + 16));
     block[0] = 0;
     for (long i = 0; i < calls; ++i) fn(args...);
     asm volatile("" : : "r"(block) : "memory");
-}
-
-// Where the frame of CallsBelow puts the stack pointer for a given pad.
-__attribute__((noinline)) std::uintptr_t StackPointerBelow(std::size_t pad) {
-    auto* block = static_cast<volatile char*>(alloca(pad + 16));
-    block[0] = 0;
-    return reinterpret_cast<std::uintptr_t>(block);
+    g_frameBottom = reinterpret_cast<std::uintptr_t>(block);
 }
 
 // One entry of one library, called on given buffers.
@@ -339,7 +339,12 @@ std::size_t PadFor(const char* src, std::size_t want, std::uintptr_t spAtZero) {
     return (spAtZero - target) % kPage;
 }
 
-Spread MeasureOne(const Entry& e, Target& t, const Arena& arena, const Options& o, std::uintptr_t spAtZero) {
+Spread MeasureOne(const Entry& e, Target& t, const Arena& arena, const Options& o) {
+    // Where this target's frame puts the stack pointer without a pad; each
+    // instance of CallsBelow has a frame of its own size.
+    Fill(arena.Src(0), e, 1);
+    t.Run(0, 1, arena.Src(0), arena.Dst(0));
+    const std::uintptr_t spAtZero = g_frameBottom;
     // Calls per batch from the first placement: the batches of every
     // placement then hold the same number of calls.
     const double targetNs = o.batchMicros * 1000.0;
@@ -359,6 +364,13 @@ Spread MeasureOne(const Entry& e, Target& t, const Arena& arena, const Options& 
             throw std::runtime_error(Label(e) + ": status " + std::to_string(st) + " at placement " +
                                      PlacementName(d * g_stackCount));
     }
+    auto timeAt = [&](int p) {
+        const int d = p / g_stackCount;
+        char* src = arena.Src(d);
+        Fill(src, e, 1);
+        const std::size_t pad = PadFor(src, (p % g_stackCount) * StackStep(), spAtZero);
+        return NsPerCall(t, pad, calls, src, arena.Dst(d));
+    };
     Spread s;
     s.ns.assign(Placements(), INFINITY);
     // Each round visits the placements in a new order, so that none is always
@@ -369,23 +381,36 @@ Spread MeasureOne(const Entry& e, Target& t, const Arena& arena, const Options& 
     for (int round = -1; round < o.batches; ++round) {  // one warm-up round
         std::shuffle(order.begin(), order.end(), shuffle);
         for (const int p : order) {
-            const int d = p / g_stackCount;
-            char* src = arena.Src(d);
-            char* dst = arena.Dst(d);
-            Fill(src, e, 1);
-            const std::size_t pad = PadFor(src, (p % g_stackCount) * StackStep(), spAtZero);
-            const double ns = NsPerCall(t, pad, calls, src, dst);
+            const double ns = timeAt(p);
             if (round >= 0) s.ns[p] = std::min(s.ns[p], ns);
         }
     }
-    s.fastestInPlace = -1;
-    for (int p = 0; p < Placements(); ++p) {
-        if (RelationOf(p / g_stackCount).inPlace) {
-            if (s.fastestInPlace < 0 || s.ns[p] < s.ns[s.fastestInPlace]) s.fastestInPlace = p;
-            continue;
+    auto findEnds = [&] {
+        s.fastest = s.slowest = 0;
+        s.fastestInPlace = -1;
+        for (int p = 0; p < Placements(); ++p) {
+            if (RelationOf(p / g_stackCount).inPlace) {
+                if (s.fastestInPlace < 0 || s.ns[p] < s.ns[s.fastestInPlace]) s.fastestInPlace = p;
+                continue;
+            }
+            if (s.ns[p] < s.ns[s.fastest]) s.fastest = p;
+            if (s.ns[p] > s.ns[s.slowest]) s.slowest = p;
         }
-        if (s.ns[p] < s.ns[s.fastest]) s.fastest = p;
-        if (s.ns[p] > s.ns[s.slowest]) s.slowest = p;
+    };
+    findEnds();
+    // A spread above the limit is checked before it is reported: the slowest
+    // placement is timed again, in turns with the fastest, and keeps the
+    // lower figure. A burst of noise that hit one placement's batches goes
+    // away; a real penalty stays. Repeated while another placement becomes
+    // the slowest one, a few times at most.
+    for (int check = 0; check < 8 && s.Value() > kSpreadLimit; ++check) {
+        const int slow = s.slowest, fast = s.fastest;
+        for (int round = 0; round < o.batches; ++round) {
+            s.ns[slow] = std::min(s.ns[slow], timeAt(slow));
+            s.ns[fast] = std::min(s.ns[fast], timeAt(fast));
+        }
+        findEnds();
+        if (s.slowest == slow) break;  // confirmed
     }
     return s;
 }
@@ -494,7 +519,6 @@ int RunPlacements(const Options& opt, int stackSteps, const std::string& command
     std::size_t maxBytes = 0;
     for (const Entry& e : entries) maxBytes = std::max(maxBytes, e.bytes);
     const Arena arena(maxBytes);
-    const std::uintptr_t spAtZero = StackPointerBelow(0);
 
     std::fprintf(stderr, "timing %zu entries of qvngen", entries.size());
     for (int k = 0; k < LibraryCount(); ++k) std::fprintf(stderr, " %s", LibraryCode(k).c_str());
@@ -506,7 +530,7 @@ int RunPlacements(const Options& opt, int stackSteps, const std::string& command
             std::fprintf(stderr, "[%zu/%zu] %s\n", i + 1, entries.size(), Label(e).c_str());
         EntryResult r{&e, {}};
         for (int k = 0; k < LibraryCount(); ++k)
-            r.perLibrary.push_back(MeasureOne(e, *e.targets[k], arena, opt, spAtZero));
+            r.perLibrary.push_back(MeasureOne(e, *e.targets[k], arena, opt));
         results.push_back(std::move(r));
     }
 
