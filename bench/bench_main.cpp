@@ -23,6 +23,7 @@
 
 #include "bench.h"
 #include "libraries.h"
+#include "placements.h"
 #include "report.h"
 
 namespace qvnbench {
@@ -117,6 +118,17 @@ const char kUsage[] =
     "  --csv             machine-readable rows instead of tables\n"
     "  --report DIR      also write DIR/report.md (summary table and charts of time,\n"
     "                    ratio to FFTW and error against N) and DIR/results.csv\n"
+    "  --placements      instead of the tables: time every chosen entry of every\n"
+    "                    library at 320 placements of source, destination and stack\n"
+    "                    (destination at the source's page offset, 64 B after or\n"
+    "                    before it, 2 KB apart, in place; source at 8 offsets in\n"
+    "                    its page, half of them 16 B past a line; stack pointer at\n"
+    "                    8 offsets from the source) and report each entry's spread,\n"
+    "                    slowest over fastest; fastest of 9 batches of ~20 us per\n"
+    "                    placement unless --batches/--batch-us say otherwise; with\n"
+    "                    --report, DIR/placements.md\n"
+    "  --stack-steps K   with --placements: K stack pointer offsets per page instead\n"
+    "                    of 8 (a power of two up to 256)\n"
     "\n"
     "After the tables, the time of each 32-bit entry over its 64-bit twin is listed\n"
     "per family and length, for every length run in both precisions.\n";
@@ -146,8 +158,16 @@ void ParseSizes(const std::string& list, std::vector<int>& out) {
     }
 }
 
-Options Parse(int argc, char** argv) {
-    Options o;
+struct CommandLine {
+    Options options;
+    bool placements = false;  // --placements: the spread over placements instead of the tables
+    int stackSteps = 8;       // --stack-steps: stack pointer offsets per page with --placements
+};
+
+CommandLine Parse(int argc, char** argv) {
+    CommandLine line;
+    Options& o = line.options;
+    bool batchesGiven = false, batchLengthGiven = false;
     for (int i = 1; i < argc; ++i) {
         std::string a = argv[i];
         auto value = [&]() -> const char* {
@@ -159,21 +179,26 @@ Options Parse(int argc, char** argv) {
         else if (a == "--precision") o.precision = ToInt(value());
         else if (a == "--direction") o.direction = value();
         else if (a == "--family") o.family = value();
-        else if (a == "--batches") o.batches = ToInt(value());
-        else if (a == "--batch-us") o.batchMicros = ToInt(value());
+        else if (a == "--batches") o.batches = ToInt(value()), batchesGiven = true;
+        else if (a == "--batch-us") o.batchMicros = ToInt(value()), batchLengthGiven = true;
         else if (a == "--err-trials") o.errTrials = ToInt(value());
         else if (a == "--fftw-plans") o.refPlans = ToInt(value());
-        else if (a == "--quick") o.batches = 7, o.batchMicros = 20, o.refPlans = 1;
+        else if (a == "--quick") o.batches = 7, o.batchMicros = 20, o.refPlans = 1, batchesGiven = batchLengthGiven = true;
         else if (a == "--csv") o.csv = true;
         else if (a == "--report") o.reportDir = value();
         else if (a == "--lib") o.libraries = value();
+        else if (a == "--placements") line.placements = true;
+        else if (a == "--stack-steps") line.stackSteps = ToInt(value());
         else Usage(2);
     }
+    // 320 placements per entry: shorter runs per placement than the tables..
+    if (line.placements && !batchesGiven) o.batches = 9;
+    if (line.placements && !batchLengthGiven) o.batchMicros = 20;
     const bool badDirection = !o.direction.empty() && o.direction != "fwd" && o.direction != "inv";
     if ((o.precision != 0 && o.precision != 32 && o.precision != 64) || badDirection ||
         o.batches < 1 || o.batchMicros < 1 || o.refPlans < 1)
         Usage(2);
-    return o;
+    return line;
 }
 
 using Runner = std::function<void(long calls)>;
@@ -473,7 +498,9 @@ int main(int argc, char** argv) {
     try {
         std::string commandLine = "qvngen-bench";
         for (int i = 1; i < argc; ++i) commandLine += std::string(" ") + argv[i];
-        return qvnbench::Run(qvnbench::Parse(argc, argv), commandLine);
+        const auto line = qvnbench::Parse(argc, argv);
+        if (line.placements) return qvnbench::RunPlacements(line.options, line.stackSteps, commandLine);
+        return qvnbench::Run(line.options, commandLine);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "qvngen-bench: %s\n", e.what());
         return 1;

@@ -17,7 +17,7 @@
 #   QVNGEN_VARIANT_<isa>_LIBDIR  directory holding its libqvngenz3.so.7
 #   QVNGEN_VARIANT_<isa>_CODE    processor-target code of its version record
 #   QVNGEN_VARIANT_<isa>_TARGET  the custom target that builds it
-set(QVNGEN_VARIANTS "x86-64-v3" CACHE STRING
+set(QVNGEN_VARIANTS "x86-64-v3;x86-64-v4" CACHE STRING
   "Wider-vector libraries a baseline host build also makes (x86-64-v3, x86-64-v4; empty for none)")
 # Sub-builds run their own build tool; empty lets it choose its job count
 # (CMAKE_BUILD_PARALLEL_LEVEL in the environment, else the tool's default).

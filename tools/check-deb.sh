@@ -2,11 +2,14 @@
 # Builds the Debian package of a build directory with cpack and checks that
 # its contents are exactly the install tree: every file and link that
 # `cmake --install` puts under /usr, with the same link targets, and nothing
-# else.
-#   tools/check-deb.sh BUILD_DIR SCRATCH_DIR
+# else; and that it holds the library of each ISA named in
+# /usr/lib/glibc-hwcaps/<ISA>/.
+#   tools/check-deb.sh BUILD_DIR SCRATCH_DIR [ISA...]
 set -euo pipefail
-build=$(realpath "${1:?usage: check-deb.sh BUILD_DIR SCRATCH_DIR}")
-scratch=${2:?usage: check-deb.sh BUILD_DIR SCRATCH_DIR}
+usage="usage: check-deb.sh BUILD_DIR SCRATCH_DIR [ISA...]"
+build=$(realpath "${1:?$usage}")
+scratch=${2:?$usage}
+shift 2
 rm -rf "$scratch"
 mkdir -p "$scratch"
 scratch=$(realpath "$scratch")
@@ -27,5 +30,9 @@ if ! diff -u "$scratch/install.list" "$scratch/deb.list"; then
   echo "$(basename "$deb") does not hold the install tree (- install only, + package only)"
   exit 1
 fi
+for isa in "$@"; do
+  grep -Eq "^\./usr/lib/([^/]+/)?glibc-hwcaps/$isa/libqvngenz3\.so\.7\.0$" "$scratch/deb.list" ||
+    { echo "$(basename "$deb") has no glibc-hwcaps/$isa/libqvngenz3.so.7.0"; exit 1; }
+done
 echo "$(basename "$deb"): $(wc -l <"$scratch/deb.list") files and links, the same as the install tree"
 dpkg-deb -f "$deb" Package Version Architecture Depends

@@ -2,11 +2,14 @@
 # Installs a build into a scratch prefix and builds examples/consumer against
 # it twice, as a user would: with CMake (find_package) and with make
 # (pkg-config). Both programs must run, and must load the installed
-# libraries, not the build tree's.
-#   tools/check-install.sh BUILD_DIR SCRATCH_DIR
+# libraries, not the build tree's. Each ISA named must have its library in
+# lib/glibc-hwcaps/<ISA>/: the file and its SONAME link, no development link.
+#   tools/check-install.sh BUILD_DIR SCRATCH_DIR [ISA...]
 set -euo pipefail
-build=$(realpath "${1:?usage: check-install.sh BUILD_DIR SCRATCH_DIR}")
-scratch=${2:?usage: check-install.sh BUILD_DIR SCRATCH_DIR}
+usage="usage: check-install.sh BUILD_DIR SCRATCH_DIR [ISA...]"
+build=$(realpath "${1:?$usage}")
+scratch=${2:?$usage}
+shift 2
 src=$(realpath "$(dirname "$0")/../examples/consumer")
 
 rm -rf "$scratch"
@@ -14,6 +17,15 @@ mkdir -p "$scratch"
 scratch=$(realpath "$scratch")
 prefix=$scratch/prefix
 cmake --install "$build" --prefix "$prefix" >/dev/null
+
+libdir=$(dirname "$(find "$prefix" -name libqvngenz3.so -print -quit)")
+for isa in "$@"; do
+  dir=$libdir/glibc-hwcaps/$isa
+  [[ -f $dir/libqvngenz3.so.7.0 && $(readlink "$dir/libqvngenz3.so.7") == libqvngenz3.so.7.0 ]] ||
+    { echo "$isa: no libqvngenz3.so.7.0 with its SONAME link in $dir"; ls -l "$dir" 2>&1; exit 1; }
+  [[ ! -e $dir/libqvngenz3.so ]] || { echo "$isa: development link in $dir"; exit 1; }
+  echo "$isa build installed in ${dir#"$prefix"/}"
+done
 
 # The loader must find the installed copies through the program's own run
 # path, so nothing may point it anywhere else.
