@@ -423,7 +423,7 @@ std::pair<std::string, Census> LeafCode(int b, LaneType type, const std::string&
         int re = e.AddLoad(l.re), im = e.AddLoad(l.im);
         e.BindInput(i, re, im, "v" + I(i) + "r", "v" + I(i) + "i");
         e.census().shuffles += wide ? 6 : 2;  // with the inserts of the upper halves
-        e.census().loads += wide || quad ? 6 : 2;
+        e.census().loads += wide ? 6 : 2;  // 128-bit loads, or four 512-bit ones
     }
     e.Compute(j);
     for (int q = 0; q < b; ++q) {
