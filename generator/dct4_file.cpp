@@ -504,9 +504,14 @@ Text Leaf(int b, LaneType type, bool wide = false, bool quad = false) {
 }
 
 // --- step: radix r2 recombination with the step table ------------------------
-Text Step(int r2, LaneType type) {
-    const int w = type.Lanes();
-    const std::string t = type.Elem(), v = type.Name();
+// The statements of one iteration of a step kernel and their census. A
+// 512-bit type does four lane groups: their [re][im] units are two whole
+// vectors, split into re and im vectors by two-source permutes (and joined
+// again for the stores); the table units are broadcast to every block.
+std::pair<std::string, Census> StepCode(int r2, LaneType type, const std::string& indent) {
+    const bool quad = type.bits == 512;
+    const int w = quad ? type.Lanes() / 4 : type.Lanes();  // lanes of one group
+    const std::string v = type.Name();
     Dag dag;
     Signal x(r2);
     for (int d = 0; d < r2; ++d) x[d] = dag.Load(d);
@@ -516,15 +521,40 @@ Text Step(int r2, LaneType type) {
     for (int d = 0; d < r2; ++d) {
         const std::string p = "ip + " + I(d) + " * is";
         const std::string a = "a" + I(d);
-        int load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
-        e.census().loads += 1;
+        int load;
+        if (quad) {
+            const bool single = type.elem == ElemType::kFloat;
+            const int l = type.Lanes();
+            const std::string sfx = single ? "ps" : "pd", set = single ? "_mm512_setr_epi32(" : "_mm512_setr_epi64(";
+            std::vector<int> re, im;
+            for (int g = 0; g < 4; ++g)
+                for (int k = 0; k < w; ++k) re.push_back(g * 2 * w + k), im.push_back(g * 2 * w + w + k);
+            load = e.AddLoad("const " + v + " " + a + "x = _mm512_loadu_" + sfx + "(" + p + "), " + a + "y = _mm512_loadu_" + sfx + "(" + p +
+                             " + " + I(l) + ");\nconst " + v + " " + a + "r = _mm512_permutex2var_" + sfx + "(" + a + "x, " + set +
+                             IndexList(re) + "), " + a + "y), " + a + "i = _mm512_permutex2var_" + sfx + "(" + a + "x, " + set +
+                             IndexList(im) + "), " + a + "y);");
+            e.census().loads += 1;
+            e.census().shuffles += 2;
+        } else {
+            load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
+            e.census().loads += 1;
+        }
         if (d == 0) {
             e.BindInput(d, load, a + "r", a + "i");
             continue;
         }
         // (re + i*im)(c - i*s) with the table's cosine and sine.
         const std::string tw = "tw + " + I((d - 1) * 2 * w);
-        int tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
+        int tl;
+        if (quad) {
+            const bool single = type.elem == ElemType::kFloat;
+            const std::string b = single ? "_mm512_broadcast_f32x4(" : "_mm512_broadcast_f64x2(";
+            const std::string narrow = single ? "_mm_load_ps(" : "_mm_load_pd(";
+            tl = e.AddLoad("const " + v + " c" + I(d) + " = " + b + narrow + tw + ")), s" + I(d) + " = " + b + narrow + tw + " + " + I(w) +
+                           "));");
+        } else {
+            tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
+        }
         e.census().loads += 1;
         const int rot = AddConjRotation(e, a + "t", a + "r", a + "i", "c" + I(d), "s" + I(d), {load, tl});
         e.BindInput(d, rot, a + "tr", a + "ti");
@@ -533,18 +563,40 @@ Text Step(int r2, LaneType type) {
     for (int k = 0; k < r2; ++k) {
         std::vector<int> deps;
         std::string re = e.Part(y[k], false, false, &deps), im = e.Part(y[k], true, false, &deps);
-        e.AddStore(Store(type, "op + " + I(k) + " * os", re) + " " + Store(type, "op + " + I(k) + " * os + " + I(w), im), deps);
-        e.census().stores += 1;
+        if (quad) {
+            e.AddStore(StoreQuad(type, "op + " + I(k) + " * os", re, im), deps);
+            e.census().stores += 1;
+            e.census().shuffles += 2;
+        } else {
+            e.AddStore(Store(type, "op + " + I(k) + " * os", re) + " " + Store(type, "op + " + I(k) + " * os + " + I(w), im), deps);
+            e.census().stores += 1;
+        }
     }
+    return {e.Body(indent), e.census()};
+}
+
+// `quad`: 512-bit code for four lane groups at a time, the 128-bit code for
+// the groups left over.
+Text Step(int r2, LaneType type, bool quad = false) {
+    const int w = type.Lanes();
+    const std::string t = type.Elem();
+    auto [narrow, census] = StepCode(r2, type, "        ");
+    const std::string head = "        const " + t + "* ip = in + g * " + I(2 * w) + ";\n        " + t + "* op = out + g * " + I(2 * w) + ";\n";
     Text k;
     k.signature = "template <>\nvoid Step<" + I(r2) + ", " + t + ">(const " + t + "* in, std::ptrdiff_t is, " + t + "* out, std::ptrdiff_t os, const " +
                   t + "* tw, int groups)";
-    k.body = "    for (int g = 0; g < groups; ++g) {\n"
-             "        const " + t + "* ip = in + g * " + I(2 * w) + ";\n"
-             "        " + t + "* op = out + g * " + I(2 * w) + ";\n" +
-             e.Body("        ") + "    }\n";
-    k.census = e.census().Text();
-    k.scheme = "table rotations, " + I(r2) + "-point DFT";
+    if (quad) {
+        LaneType qt = type;
+        qt.bits = 512;
+        auto [code, qc] = StepCode(r2, qt, "        ");
+        k.body = "    int g = 0;\n    for (; g + 4 <= groups; g += 4) {\n" + head + code + "    }\n    for (; g < groups; ++g) {\n" + head +
+                 narrow + "    }\n";
+        census = qc;
+    } else {
+        k.body = "    for (int g = 0; g < groups; ++g) {\n" + head + narrow + "    }\n";
+    }
+    k.census = census.Text() + (quad ? " (four lane groups)" : "");
+    k.scheme = "table rotations, " + I(r2) + "-point DFT" + (quad ? ", four lane groups per 512-bit vector" : "");
     return k;
 }
 
@@ -762,9 +814,10 @@ GeneratedFile Dct4File(int index, bool single, Isa isa) {
             stem = "leaf";
             break;
         case KernelKind::kStep:
-            // 128-bit in every build: two lane groups per 256-bit vector,
-            // from 128-bit halves, measured slower (4096 and 8192 points).
-            texts.push_back(Step(id.size, vec));
+            // 128-bit in the x86-64-v3 build: two lane groups per 256-bit
+            // vector, from 128-bit halves, measured slower (4096 and 8192
+            // points). x86-64-v4 takes four groups per 512-bit vector.
+            texts.push_back(Step(id.size, vec, isa == Isa::kX86_64_v4));
             what = "radix-" + I(id.size) + " recombination of a phase transform, one phase per lane";
             stem = "step";
             break;
