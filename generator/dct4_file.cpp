@@ -356,12 +356,60 @@ Text DirectInLanes(int n, int r, LaneType type) {
     return k;
 }
 
+// --- 512-bit helpers -----------------------------------------------------------
+// A 512-bit vector holds four lane groups, group k in the k-th 128-bit block,
+// so that every lane does what it does in the 128-bit kernels.
+
+std::string IndexList(const std::vector<int>& idx) {
+    std::string s;
+    for (size_t i = 0; i < idx.size(); ++i) s += (i ? ", " : "") + I(idx[i]);
+    return s;
+}
+
+// The folded source for four consecutive lane groups: two whole-vector loads
+// from each end and one two-source permute per part (re: the even slots in
+// order; im: the odd slots of the elements below xm, in reverse).
+FoldedLoads FoldedQuadLoad(LaneType type, const std::string& name, const std::string& off) {
+    const bool single = type.elem == ElemType::kFloat;
+    const int l = type.Lanes();  // complex values per vector
+    const std::string v = type.Name(), sfx = single ? "ps" : "pd", set = single ? "_mm512_setr_epi32(" : "_mm512_setr_epi64(";
+    std::vector<int> even, odd;
+    for (int m = 0; m < l; ++m) {
+        even.push_back(2 * m);
+        odd.push_back(m < l / 2 ? l - 1 - 2 * m : 3 * l - 1 - 2 * m);  // from the upper vector, then the lower one
+    }
+    const std::string load = "_mm512_loadu_" + sfx + "(", perm = "_mm512_permutex2var_" + sfx + "(";
+    return {"const " + v + " " + name + "a = " + load + "xr + " + off + "), " + name + "b = " + load + "xr + " + off + " + " + I(l) +
+                ");\nconst " + v + " " + name + "r = " + perm + name + "a, " + set + IndexList(even) + "), " + name + "b);",
+            "const " + v + " " + name + "c = " + load + "xm - " + off + " - " + I(2 * l) + "), " + name + "d = " + load + "xm - " + off +
+                " - " + I(l) + ");\nconst " + v + " " + name + "i = " + perm + name + "d, " + set + IndexList(odd) + "), " + name + "c);"};
+}
+
+// Stores of the real and imaginary vectors of four lane groups at `at`, laid
+// out group by group as [re of the group][im of the group].
+std::string StoreQuad(LaneType type, const std::string& at, const std::string& re, const std::string& im) {
+    const bool single = type.elem == ElemType::kFloat;
+    const int l = type.Lanes(), w = l / 4;
+    const std::string sfx = single ? "ps" : "pd", set = single ? "_mm512_setr_epi32(" : "_mm512_setr_epi64(";
+    std::string text;
+    for (int half = 0; half < 2; ++half) {
+        std::vector<int> idx;
+        for (int g = 2 * half; g < 2 * half + 2; ++g) {
+            for (int k = 0; k < w; ++k) idx.push_back(g * w + k);
+            for (int k = 0; k < w; ++k) idx.push_back(l + g * w + k);
+        }
+        text += std::string(half ? "\n" : "") + "_mm512_storeu_" + sfx + "(" + at + (half ? " + " + I(l) : "") + ", _mm512_permutex2var_" +
+                sfx + "(" + re + ", " + set + IndexList(idx) + "), " + im + "));";
+    }
+    return text;
+}
+
 // --- leaf: J of B points for one group of lanes per iteration ---------------
 // The statements of one iteration and their census. A 256-bit type does two
 // lane groups, g in the low halves and g+1 in the high halves.
 std::pair<std::string, Census> LeafCode(int b, LaneType type, const std::string& indent) {
-    const bool wide = type.bits == 256;
-    const int w = wide ? type.Lanes() / 2 : type.Lanes();  // lanes of one group
+    const bool wide = type.bits == 256, quad = type.bits == 512;
+    const int w = quad ? type.Lanes() / 4 : wide ? type.Lanes() / 2 : type.Lanes();  // lanes of one group
     Dag dag;
     Signal f(b);
     for (int i = 0; i < b; ++i) f[i] = dag.Mul(dag.Load(i), Rotation(i, 4 * b, -1));
@@ -369,18 +417,24 @@ std::pair<std::string, Census> LeafCode(int b, LaneType type, const std::string&
 
     LaneEmitter e(dag, type);
     for (int i = 0; i < b; ++i) {
-        FoldedLoads l = wide ? FoldedWideLoad(type, "v" + I(i), I(i) + " * s2") : FoldedVectorLoad(type, "v" + I(i), I(i) + " * s2");
+        FoldedLoads l = quad ? FoldedQuadLoad(type, "v" + I(i), I(i) + " * s2")
+                        : wide ? FoldedWideLoad(type, "v" + I(i), I(i) + " * s2")
+                               : FoldedVectorLoad(type, "v" + I(i), I(i) + " * s2");
         int re = e.AddLoad(l.re), im = e.AddLoad(l.im);
         e.BindInput(i, re, im, "v" + I(i) + "r", "v" + I(i) + "i");
         e.census().shuffles += wide ? 6 : 2;  // with the inserts of the upper halves
-        e.census().loads += wide ? 6 : 2;
+        e.census().loads += wide ? 6 : 2;  // 128-bit loads, or four 512-bit ones
     }
     e.Compute(j);
     for (int q = 0; q < b; ++q) {
         std::vector<int> deps;
         std::string re = e.Part(j[q], false, false, &deps), im = e.Part(j[q], true, false, &deps);
         const std::string at = "o + " + I(q) + " * os";
-        if (wide) {
+        if (quad) {
+            e.AddStore(StoreQuad(type, at, re, im), deps);
+            e.census().stores += 1;
+            e.census().shuffles += 2;
+        } else if (wide) {
             e.AddStore(StoreHalves(type, at, at + " + " + I(2 * w), re) + "\n" + StoreHalves(type, at + " + " + I(w), at + " + " + I(3 * w), im),
                        deps);
             e.census().stores += 3;
@@ -395,7 +449,8 @@ std::pair<std::string, Census> LeafCode(int b, LaneType type, const std::string&
 // The loop of a leaf kernel over lane groups: the 128-bit code one group at
 // a time; with 256-bit code, two groups at a time and the 128-bit code for
 // an odd one left over. `head` defines the pointers of group g.
-std::string GroupLoop(const std::string& head, const std::string& narrow, const std::string& wide) {
+std::string GroupLoop(const std::string& head, const std::string& narrow, const std::string& wide,
+                      const std::string& quad = "") {
     auto pointers = [&](int at) {
         std::string text;
         for (size_t pos = 0, end = 0; end != std::string::npos; pos = end + 1) {
@@ -405,17 +460,23 @@ std::string GroupLoop(const std::string& head, const std::string& narrow, const 
         return text;
     };
     if (wide.empty()) return "    for (int g = 0; g < groups; ++g) {\n" + pointers(8) + narrow + "    }\n";
+    if (!quad.empty())
+        return "    int g = 0;\n    for (; g + 4 <= groups; g += 4) {\n" + pointers(8) + quad + "    }\n" +
+               "    if (g + 2 <= groups) {  // two groups left over\n" + pointers(8) + wide + "        g += 2;\n    }\n" +
+               "    if (g < groups) {  // an odd group left over\n" + pointers(8) + narrow + "    }\n";
     return "    int g = 0;\n    for (; g + 2 <= groups; g += 2) {\n" + pointers(8) + wide + "    }\n" +
            "    if (g < groups) {  // an odd group left over\n" + pointers(8) + narrow + "    }\n";
 }
 
 // `wide`: 256-bit code for pairs of groups (with the 128-bit code of `type`
 // for an odd group).
-Text Leaf(int b, LaneType type, bool wide = false) {
+// `quad`: 512-bit code for four groups at a time, then the 256-bit and the
+// 128-bit code for what is left.
+Text Leaf(int b, LaneType type, bool wide = false, bool quad = false) {
     const int w = type.Lanes();
     const std::string t = type.Elem();
     auto [narrow, census] = LeafCode(b, type, "        ");
-    std::string wide_code;
+    std::string wide_code, quad_code;
     if (wide) {
         LaneType wt = type;
         wt.bits = 256;
@@ -423,21 +484,34 @@ Text Leaf(int b, LaneType type, bool wide = false) {
         wide_code = code;
         census = wc;
     }
+    if (quad) {
+        LaneType qt = type;
+        qt.bits = 512;
+        auto [code, qc] = LeafCode(b, qt, "        ");
+        quad_code = code;
+        census = qc;
+    }
     const std::string head = "const " + t + "* xr = x + 2 * (off + g * " + I(w) + ");\nconst " + t + "* xm = x + n - 2 * (off + g * " + I(w) +
                              ");\n" + t + "* o = out + g * " + I(2 * w) + ";";
     Text k;
     k.signature = "template <>\nvoid Leaf<" + I(b) + ", " + t + ">(const " + t + "* x, int n, int off, int stride, int groups, " +
                   t + "* out, std::ptrdiff_t os)";
-    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n" + GroupLoop(head, narrow, wide_code);
-    k.census = census.Text() + (wide ? " (two lane groups)" : "");
-    k.scheme = "rotate by e^(-i*pi*b/(2B)), " + I(b) + "-point DFT" + (wide ? ", two lane groups per 256-bit vector" : "");
+    k.body = "    const std::ptrdiff_t s2 = 2 * static_cast<std::ptrdiff_t>(stride);\n" + GroupLoop(head, narrow, wide_code, quad_code);
+    k.census = census.Text() + (quad ? " (four lane groups)" : wide ? " (two lane groups)" : "");
+    k.scheme = "rotate by e^(-i*pi*b/(2B)), " + I(b) + "-point DFT" +
+               (quad ? ", four lane groups per 512-bit vector" : wide ? ", two lane groups per 256-bit vector" : "");
     return k;
 }
 
 // --- step: radix r2 recombination with the step table ------------------------
-Text Step(int r2, LaneType type) {
-    const int w = type.Lanes();
-    const std::string t = type.Elem(), v = type.Name();
+// The statements of one iteration of a step kernel and their census. A
+// 512-bit type does four lane groups: their [re][im] units are two whole
+// vectors, split into re and im vectors by two-source permutes (and joined
+// again for the stores); the table units are broadcast to every block.
+std::pair<std::string, Census> StepCode(int r2, LaneType type, const std::string& indent) {
+    const bool quad = type.bits == 512;
+    const int w = quad ? type.Lanes() / 4 : type.Lanes();  // lanes of one group
+    const std::string v = type.Name();
     Dag dag;
     Signal x(r2);
     for (int d = 0; d < r2; ++d) x[d] = dag.Load(d);
@@ -447,15 +521,40 @@ Text Step(int r2, LaneType type) {
     for (int d = 0; d < r2; ++d) {
         const std::string p = "ip + " + I(d) + " * is";
         const std::string a = "a" + I(d);
-        int load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
-        e.census().loads += 1;
+        int load;
+        if (quad) {
+            const bool single = type.elem == ElemType::kFloat;
+            const int l = type.Lanes();
+            const std::string sfx = single ? "ps" : "pd", set = single ? "_mm512_setr_epi32(" : "_mm512_setr_epi64(";
+            std::vector<int> re, im;
+            for (int g = 0; g < 4; ++g)
+                for (int k = 0; k < w; ++k) re.push_back(g * 2 * w + k), im.push_back(g * 2 * w + w + k);
+            load = e.AddLoad("const " + v + " " + a + "x = _mm512_loadu_" + sfx + "(" + p + "), " + a + "y = _mm512_loadu_" + sfx + "(" + p +
+                             " + " + I(l) + ");\nconst " + v + " " + a + "r = _mm512_permutex2var_" + sfx + "(" + a + "x, " + set +
+                             IndexList(re) + "), " + a + "y), " + a + "i = _mm512_permutex2var_" + sfx + "(" + a + "x, " + set +
+                             IndexList(im) + "), " + a + "y);");
+            e.census().loads += 1;
+            e.census().shuffles += 2;
+        } else {
+            load = e.AddLoad("const " + v + " " + a + "r = " + Load(type, p) + ", " + a + "i = " + Load(type, p + " + " + I(w)) + ";");
+            e.census().loads += 1;
+        }
         if (d == 0) {
             e.BindInput(d, load, a + "r", a + "i");
             continue;
         }
         // (re + i*im)(c - i*s) with the table's cosine and sine.
         const std::string tw = "tw + " + I((d - 1) * 2 * w);
-        int tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
+        int tl;
+        if (quad) {
+            const bool single = type.elem == ElemType::kFloat;
+            const std::string b = single ? "_mm512_broadcast_f32x4(" : "_mm512_broadcast_f64x2(";
+            const std::string narrow = single ? "_mm_load_ps(" : "_mm_load_pd(";
+            tl = e.AddLoad("const " + v + " c" + I(d) + " = " + b + narrow + tw + ")), s" + I(d) + " = " + b + narrow + tw + " + " + I(w) +
+                           "));");
+        } else {
+            tl = e.AddLoad("const " + v + " c" + I(d) + " = " + Load(type, tw) + ", s" + I(d) + " = " + Load(type, tw + " + " + I(w)) + ";");
+        }
         e.census().loads += 1;
         const int rot = AddConjRotation(e, a + "t", a + "r", a + "i", "c" + I(d), "s" + I(d), {load, tl});
         e.BindInput(d, rot, a + "tr", a + "ti");
@@ -464,18 +563,40 @@ Text Step(int r2, LaneType type) {
     for (int k = 0; k < r2; ++k) {
         std::vector<int> deps;
         std::string re = e.Part(y[k], false, false, &deps), im = e.Part(y[k], true, false, &deps);
-        e.AddStore(Store(type, "op + " + I(k) + " * os", re) + " " + Store(type, "op + " + I(k) + " * os + " + I(w), im), deps);
-        e.census().stores += 1;
+        if (quad) {
+            e.AddStore(StoreQuad(type, "op + " + I(k) + " * os", re, im), deps);
+            e.census().stores += 1;
+            e.census().shuffles += 2;
+        } else {
+            e.AddStore(Store(type, "op + " + I(k) + " * os", re) + " " + Store(type, "op + " + I(k) + " * os + " + I(w), im), deps);
+            e.census().stores += 1;
+        }
     }
+    return {e.Body(indent), e.census()};
+}
+
+// `quad`: 512-bit code for four lane groups at a time, the 128-bit code for
+// the groups left over.
+Text Step(int r2, LaneType type, bool quad = false) {
+    const int w = type.Lanes();
+    const std::string t = type.Elem();
+    auto [narrow, census] = StepCode(r2, type, "        ");
+    const std::string head = "        const " + t + "* ip = in + g * " + I(2 * w) + ";\n        " + t + "* op = out + g * " + I(2 * w) + ";\n";
     Text k;
     k.signature = "template <>\nvoid Step<" + I(r2) + ", " + t + ">(const " + t + "* in, std::ptrdiff_t is, " + t + "* out, std::ptrdiff_t os, const " +
                   t + "* tw, int groups)";
-    k.body = "    for (int g = 0; g < groups; ++g) {\n"
-             "        const " + t + "* ip = in + g * " + I(2 * w) + ";\n"
-             "        " + t + "* op = out + g * " + I(2 * w) + ";\n" +
-             e.Body("        ") + "    }\n";
-    k.census = e.census().Text();
-    k.scheme = "table rotations, " + I(r2) + "-point DFT";
+    if (quad) {
+        LaneType qt = type;
+        qt.bits = 512;
+        auto [code, qc] = StepCode(r2, qt, "        ");
+        k.body = "    int g = 0;\n    for (; g + 4 <= groups; g += 4) {\n" + head + code + "    }\n    for (; g < groups; ++g) {\n" + head +
+                 narrow + "    }\n";
+        census = qc;
+    } else {
+        k.body = "    for (int g = 0; g < groups; ++g) {\n" + head + narrow + "    }\n";
+    }
+    k.census = census.Text() + (quad ? " (four lane groups)" : "");
+    k.scheme = "table rotations, " + I(r2) + "-point DFT" + (quad ? ", four lane groups per 512-bit vector" : "");
     return k;
 }
 
@@ -688,14 +809,15 @@ GeneratedFile Dct4File(int index, bool single, Isa isa) {
             stem = "direct";
             break;
         case KernelKind::kLeaf:
-            texts.push_back(Leaf(id.size, vec, wide));
+            texts.push_back(Leaf(id.size, vec, wide, isa == Isa::kX86_64_v4));
             what = "phase transform J of " + I(id.size) + " points, one phase per lane";
             stem = "leaf";
             break;
         case KernelKind::kStep:
-            // 128-bit in every build: two lane groups per 256-bit vector,
-            // from 128-bit halves, measured slower (4096 and 8192 points).
-            texts.push_back(Step(id.size, vec));
+            // 128-bit in the x86-64-v3 build: two lane groups per 256-bit
+            // vector, from 128-bit halves, measured slower (4096 and 8192
+            // points). x86-64-v4 takes four groups per 512-bit vector.
+            texts.push_back(Step(id.size, vec, isa == Isa::kX86_64_v4));
             what = "radix-" + I(id.size) + " recombination of a phase transform, one phase per lane";
             stem = "step";
             break;
@@ -723,7 +845,14 @@ GeneratedFile Dct4File(int index, bool single, Isa isa) {
         file.census += "dct4 " + fn + ": " + k.census + "\n";
         bodies += k.signature + " {\n" + k.body + "}\n\n";
     }
-    file.text = head + (wide ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") + "#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\nnamespace qvn::dct4 {\n\n" + bodies +
+    // The scalar direct kernels of the 512-bit build: GCC's straight-line
+    // vectorizer would join their last sixteen stores into one 64-byte store
+    // (a line split at most addresses; 32f N = 16 measured half as slow
+    // again), so it is held to 256-bit vectors there, as in x86-64-v3.
+    const std::string narrow_slp = isa == Isa::kX86_64_v4 && id.kind == KernelKind::kDirect
+                                       ? "// At most 256-bit vectors from the compiler's own vectorizing.\n#pragma GCC target(\"prefer-vector-width=256\")\n\n"
+                                       : "";
+    file.text = head + (wide ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") + "#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\n" + narrow_slp + "namespace qvn::dct4 {\n\n" + bodies +
                 "}  // namespace qvn::dct4\n";
     return file;
 }

@@ -8,7 +8,7 @@ namespace gen {
 
 std::string LaneType::Name() const {
     if (!vector) return elem == ElemType::kFloat ? "float" : "double";
-    const std::string base = bits == 256 ? "__m256" : "__m128";
+    const std::string base = bits == 512 ? "__m512" : bits == 256 ? "__m256" : "__m128";
     return elem == ElemType::kFloat ? base : base + "d";
 }
 

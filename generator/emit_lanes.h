@@ -28,11 +28,11 @@ namespace gen {
 struct LaneType {
     ElemType elem;
     bool vector;
-    int bits = 128;  // vector width: 128 (SSE2) or 256 (AVX)
-    std::string Name() const;  // float, double, __m128, __m128d, __m256, __m256d
+    int bits = 128;  // vector width: 128 (SSE2), 256 (AVX) or 512 (AVX-512)
+    std::string Name() const;  // float, double, __m128, __m128d, __m256, __m256d, __m512, __m512d
     std::string Elem() const { return elem == ElemType::kFloat ? "float" : "double"; }
     int Lanes() const { return vector ? bits / (elem == ElemType::kFloat ? 32 : 64) : 1; }
-    std::string Prefix() const { return bits == 256 ? "_mm256" : "_mm"; }  // of the intrinsics
+    std::string Prefix() const { return bits == 512 ? "_mm512" : bits == 256 ? "_mm256" : "_mm"; }  // of the intrinsics
 };
 
 class LaneEmitter {

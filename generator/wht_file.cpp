@@ -19,6 +19,16 @@
 // the halves where they belong. Columns need no shuffle at all. Every
 // element sees the same sums in the same order, with the same operand
 // order, as in the 128-bit kernels, so the results are the same bits.
+//
+// 512-bit vectors (16 floats or 8 doubles) are four 128-bit blocks, and the
+// row's top two bits select the block: vector k holds blocks k + m*count
+// (m = 0..3). Four whole-vector loads at blocks k + m*count and a 4 x 4
+// transpose of their blocks give vectors k..k+3; at the end the same
+// transpose makes each vector four consecutive blocks again, so the last
+// two bits are butterflies between whole vectors and every store is a whole
+// vector. Rows shorter than four such vectors keep the 256-bit kernels. The
+// 32 registers let a blocked transform keep sixteen vectors busy instead of
+// eight.
 #include "wht_file.h"
 
 #include <cmath>
@@ -40,18 +50,27 @@ struct Prec {
     int lanes;
     const char* prefix = "_mm";
     int block = 0;  // elements per 128-bit block; 0: lanes (one block)
+    int registers = 16;  // vector registers of the target
     int Block() const { return block ? block : lanes; }
     bool Wide() const { return Block() != lanes; }
+    int Blocks() const { return lanes / Block(); }  // 128-bit blocks per vector
     // The 128-bit type of one block.
     const char* half() const { return single ? "__m128" : "__m128d"; }
 };
 
 Prec PrecOf(bool single, Isa isa) {
-    if (isa != Isa::kX86_64)  // 256 bits; x86-64-v4 takes these until it has 512-bit kernels
+    if (isa == Isa::kX86_64_v4)
+        return single ? Prec{true, "float", "__m512", "ps", 16, "_mm512", 4, 32}
+                      : Prec{false, "double", "__m512d", "pd", 8, "_mm512", 2, 32};
+    if (isa != Isa::kX86_64)
         return single ? Prec{true, "float", "__m256", "ps", 8, "_mm256", 4}
                       : Prec{false, "double", "__m256d", "pd", 4, "_mm256", 2};
     return single ? Prec{true, "float", "__m128", "ps", 4} : Prec{false, "double", "__m128d", "pd", 2};
 }
+
+// The 256-bit shape of a 512-bit target: rows shorter than four 512-bit
+// vectors keep the 256-bit kernels (the quarter layout below needs four).
+Prec Narrower(const Prec& p) { return PrecOf(p.single, Isa::kX86_64_v3); }
 
 // Straight-line code with SSA names and a census.
 class Writer {
@@ -92,7 +111,8 @@ public:
                 x = LaneButterfly(x, sh + x + ", " + x + ", _MM_SHUFFLE(2, 3, 0, 1))", "neg_odd");
             } else {
                 // One selector bit per element: swap within every block.
-                x = LaneButterfly(x, sh + x + ", " + x + ", " + (p_.Wide() ? "5" : "1") + ")", "neg_odd");
+                x = LaneButterfly(x, sh + x + ", " + x + ", " + (p_.Blocks() == 4 ? "0x55" : p_.Wide() ? "5" : "1") + ")",
+                                  "neg_odd");
             }
         }
     }
@@ -117,30 +137,66 @@ private:
     int next_ = 0;
 };
 
+// The 4 x 4 transpose of the 128-bit blocks of four 512-bit vectors: result
+// m holds block m of each row, in row order. Eight shuffles.
+std::vector<std::string> TransposeBlocks(Writer& w, const Prec& p, const std::vector<std::string>& rows) {
+    const std::string sh = std::string(p.prefix) + "_shuffle_" + (p.single ? "f32x4" : "f64x2") + "(";
+    auto pair = [&](const std::string& a, const std::string& b, const char* imm) {
+        const std::string t = w.New();
+        w.line("const " + std::string(p.vec) + " " + t + " = " + sh + a + ", " + b + ", " + imm + ");");
+        return t;
+    };
+    // (a0 a1 b0 b1) and (a2 a3 b2 b3), then the even and odd blocks of those.
+    const std::string t0 = pair(rows[0], rows[1], "0x44"), t1 = pair(rows[0], rows[1], "0xEE");
+    const std::string t2 = pair(rows[2], rows[3], "0x44"), t3 = pair(rows[2], rows[3], "0xEE");
+    std::vector<std::string> cols{pair(t0, t2, "0x88"), pair(t0, t2, "0xDD"), pair(t1, t3, "0x88"), pair(t1, t3, "0xDD")};
+    w.census.shuffles += 8;
+    return cols;
+}
+
 // The transform of `count` vectors (lane by lane, plus the bits inside each
 // vector when `lanes_too`), in two phases that each keep at most eight
-// vectors busy, so the values fit the sixteen registers: first groups of
-// eight consecutive vectors are loaded and butterflied on their low bits,
-// then the vectors that share those low bits are butterflied on the high
-// bits and stored. All loads come before the first store, so `in` may be
+// vectors busy (sixteen with 32 registers), so the values fit the
+// registers: first groups of eight (sixteen) consecutive vectors are
+// loaded and butterflied on their low bits, then the vectors that share
+// those low bits are butterflied on the high bits and stored. All loads come before the first store, so `in` may be
 // `out`. Returns the code; the census goes to `census`.
 //
 // Wide rows (`lanes_too` with blocks narrower than the vector) hold blocks k
 // and k + count in vector k, `step` being the block; they end with the top
-// bit between the halves (see the head of the file). Wide columns load and
-// store whole vectors, unaligned: the aligned body only knows 16 bytes.
+// bit between the halves (see the head of the file); 512-bit rows hold
+// blocks k + m*count and end with the top two bits between the blocks.
+// Wide columns load and store whole vectors, unaligned: the aligned body
+// only knows 16 bytes.
 std::string BlockedTransform(const Prec& p, int count, const std::string& step, bool lanes_too, bool scaled,
                              Census& census) {
     Writer w(p);
-    const bool halves = p.Wide() && lanes_too;
+    const bool quarters = lanes_too && p.Blocks() == 4;
+    const bool halves = p.Wide() && lanes_too && !quarters;
     int low = 1;
-    while (low < count && low < 8) low <<= 1;
+    while (low < count && low < p.registers / 2) low <<= 1;
     const int groups = count / low;
     std::vector<std::string> v(count);
     for (int g = 0; g < groups; ++g) {
         std::vector<std::string> group;
         for (int i = 0; i < low; ++i) {
             int index = g * low + i;
+            if (quarters) {
+                // Vectors index..index+3 at once: four whole-vector loads,
+                // at blocks index + m * count (m = 0..3), and a 4 x 4
+                // transpose of their blocks.
+                if (i % 4 == 0) {
+                    std::vector<std::string> rows;
+                    for (int m = 0; m < 4; ++m) {
+                        rows.push_back(w.New());
+                        w.line("const " + std::string(p.vec) + " " + rows.back() + " = " + p.prefix + "_loadu_" + p.suffix +
+                               "(in + " + std::to_string(index + m * count) + " * " + step + ");");
+                    }
+                    std::vector<std::string> cols = TransposeBlocks(w, p, rows);
+                    group.insert(group.end(), cols.begin(), cols.end());
+                }
+                continue;
+            }
             std::string t = w.New();
             if (!p.Wide()) {
                 w.line("const " + std::string(p.vec) + " " + t + " = Mem::Load(in + " + std::to_string(index) + " * " +
@@ -172,7 +228,23 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         w.AllStages(set);
         for (int g = 0; g < groups; ++g) v[g * low + r] = set[g];
     }
-    if (halves) {
+    if (quarters) {
+        // The top two bits, between the blocks: vectors k..k+3 transposed
+        // again, so that vector m holds blocks k..k+3 + m * count, the
+        // butterflies between those four, and whole-vector stores.
+        w.comment("top two bits, between the 128-bit blocks");
+        for (int k = 0; k < count; k += 4) {
+            std::vector<std::string> u = TransposeBlocks(w, p, {v[k], v[k + 1], v[k + 2], v[k + 3]});
+            w.AllStages(u);
+            for (int m = 0; m < 4; ++m) {
+                const std::string value =
+                    scaled ? std::string(p.prefix) + "_mul_" + p.suffix + "(" + u[m] + ", s)" : u[m];
+                w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(k + m * count) + " * " +
+                       step + ", " + value + ");");
+            }
+        }
+        w.census.stores += count;
+    } else if (halves) {
         // The top bit, between the halves: vectors 2i and 2i+1 regrouped as
         // (low halves, high halves), the butterfly, then each half stored as
         // the block it is: the sums are blocks 2i and 2i+1, the differences
@@ -226,7 +298,9 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         std::string def = m == "neg_hi_half" ? "qvn::SignMaskPs(false, false, true, true)"
                           : p.single        ? "qvn::SignMaskPs(false, true, false, true)"
                                             : "qvn::SignMaskPd(false, true)";
-        if (p.Wide())  // the same mask in every block
+        if (p.Blocks() == 4)  // the same mask in every block
+            def = std::string(p.prefix) + "_broadcast_" + (p.single ? "f32x4" : "f64x2") + "(" + def + ")";
+        else if (p.Wide())
             def = std::string(p.prefix) + "_set_m128" + (p.single ? "" : "d") + "(" + def + ", " + def + ")";
         masks += "    const " + std::string(p.vec) + " " + m + " = " + def + ";\n";
     }
@@ -319,7 +393,32 @@ std::string OneVectorBody(const Prec& p, Census& census) {
 // Row and column lengths of the passes (row = contiguous, the last one
 // first): orders 8..11 (float) and 8..10 (double) in two passes, the larger
 // ones in three.
-std::vector<int> PassShape(int order, bool single) {
+std::vector<int> PassShape(int order, bool single, bool wide512) {
+    if (wide512) {
+        // Rows of at least four 512-bit vectors (measured against shorter
+        // column passes and longer rows; the differences at orders 8-10 and
+        // in single precision were within the noise).
+        if (single) {
+            switch (order) {
+                case 8: return {4, 64};
+                case 9: return {8, 64};
+                case 10: return {16, 64};
+                case 11: return {32, 64};
+                case 12: return {4, 16, 64};
+                case 13: return {8, 16, 64};
+            }
+        } else {
+            switch (order) {
+                case 8: return {8, 32};
+                case 9: return {16, 32};
+                case 10: return {32, 32};
+                // Rows of 128: sixteen vectors in registers, one pass fewer.
+                case 11: return {16, 128};
+                case 12: return {2, 16, 128};
+                case 13: return {2, 32, 128};
+            }
+        }
+    }
     if (single) {
         switch (order) {
             case 8: return {8, 32};
@@ -347,7 +446,7 @@ std::vector<int> PassShape(int order, bool single) {
 std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& census) {
     const int n = 1 << order;
     std::string body;
-    std::vector<int> shape = PassShape(order, p.single);
+    std::vector<int> shape = PassShape(order, p.single, p.Blocks() == 4);
     const int row = shape.back();
     Census c;
     kernels += RowKernel(p, row, false, "Row" + std::to_string(row), c);
@@ -403,8 +502,9 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
 }  // namespace
 
 GeneratedFile WhtFile(int order, bool single, Isa isa) {
-    const Prec p = PrecOf(single, isa);
     const int n = 1 << order;
+    Prec p = PrecOf(single, isa);
+    if (p.Blocks() == 4 && order < 8 && n / p.lanes < 4) p = Narrower(p);
     const std::string prec = single ? "32f" : "64f";
     // Order 3 in single precision fills one 256-bit vector: a kernel of its
     // own there. The orders below one vector are scalar code.
@@ -424,7 +524,7 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
         layout = "scalar";
         body = ScalarBody(p, n, census);
     } else if (!passes) {
-        layout = std::string(p.Wide() ? "AVX" : "SSE2") + " in registers, " + std::to_string(p.lanes) +
+        layout = std::string(p.Blocks() == 4 ? "AVX-512" : p.Wide() ? "AVX" : "SSE2") + " in registers, " + std::to_string(p.lanes) +
                  " values per vector";
         kernels = RowKernel(p, n, true, "Transform", census);
         body = "    Transform<Mem>(x, y, " + std::string(p.prefix) + "_set1_" + std::string(p.suffix) + "(scale));\n";
