@@ -40,6 +40,7 @@ struct RealKernelInput {
 
 struct RealCensus {
     int adds = 0, muls = 0, shuffles = 0, converts = 0, loads = 0, stores = 0;
+    int bitwise = 0;  // of the shuffles, the sign flips and blends (any vector port runs them)
     int Instructions() const { return adds + muls + shuffles + converts + loads + stores; }
     std::string Text() const;
 };

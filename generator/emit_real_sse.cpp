@@ -418,7 +418,7 @@ private:
             expr = std::string(nl.op == RealOp::kAdd ? "_mm_add" : "_mm_sub") + sfx + Name(va) + ", " + Name(vb) + ")";
             desc.op = nl.op == RealOp::kAdd ? RealVecOp::kAdd : RealVecOp::kSub;
         } else {
-            ++census_.shuffles;  // the sign flip (a bitwise operation)
+            ++census_.shuffles, ++census_.bitwise;  // the sign flip (a bitwise operation)
             const std::string mask = Mask(f, nl.op == RealOp::kSub, nh.op == RealOp::kSub);
             expr = "_mm_add" + sfx + Name(va) + ", _mm_xor" + sfx + Name(vb) + ", " + mask + "))";
             desc.op = RealVecOp::kAddFlip, desc.n0 = nl.op == RealOp::kSub, desc.n1 = nh.op == RealOp::kSub;
@@ -473,10 +473,12 @@ private:
 
     std::string Element(const RealStore& s) const { return "y + (" + s.element + ")"; }
 
-    void Store(const std::string& text, std::vector<int> deps) {
+    void Store(const std::string& text, std::vector<int> deps, const Desc& desc = Desc(), const std::string& element = "") {
         ++census_.stores;
         RealVecInstr r;
         r.kind = Program::Kind::kStore, r.text = text, r.operands = deps;
+        r.op = desc.op, r.neg[0] = desc.n0, r.neg[1] = desc.n1, r.element = element;
+        if (!deps.empty()) r.wide = rec_.instrs.at(deps[0]).wide;
         deps.insert(deps.end(), load_instrs_.begin(), load_instrs_.end());
         Record(prog_.Add(Program::Kind::kStore, text, deps), std::move(r));
     }
@@ -486,7 +488,8 @@ private:
         // Every count an instruction makes comes before it is added.
         r.census = {census_.adds - recorded_.adds,       census_.muls - recorded_.muls,
                     census_.shuffles - recorded_.shuffles, census_.converts - recorded_.converts,
-                    census_.loads - recorded_.loads,     census_.stores - recorded_.stores};
+                    census_.loads - recorded_.loads,     census_.stores - recorded_.stores,
+                    census_.bitwise - recorded_.bitwise};
         recorded_ = census_;
         rec_.instrs.push_back(std::move(r));
     }
@@ -519,9 +522,11 @@ private:
                         ++census_.converts;
                         value = "_mm_cvtpd_ps(" + value + ")";
                     }
+                    Desc desc;
+                    desc.op = RealVecOp::kStoreTwo, desc.n0 = v.negated, desc.n1 = t.value.negated;
                     Store(Single() ? "qvn::StoreTwoFloats(" + Element(s) + ", " + value + ");"
                                    : "_mm_storeu_pd(" + Element(s) + ", " + value + ");",
-                          {vecs_[vec].instr});
+                          {vecs_[vec].instr}, desc, Element(s));
                     ++i;
                     continue;
                 }

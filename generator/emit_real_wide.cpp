@@ -15,7 +15,6 @@
 // wide vector (free) or the high half (one shuffle); two two-lane values a
 // wide instruction reads side by side are joined by one shuffle.
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <set>
@@ -41,30 +40,27 @@ public:
         new_.assign(count, -1);
         split_.assign(count, -1);
         Pair();
-        if (std::getenv("QVN_FUSE_DEBUG")) {
-            std::map<int, std::pair<int, int>> by_op;
-            for (int i = 0; i < count; ++i)
-                if (At(i).kind == Program::Kind::kCompute) {
-                    by_op[int(At(i).op)].first++;
-                    if (partner_[i] >= 0) by_op[int(At(i).op)].second++;
-                }
-            std::fprintf(stderr, "min %d:", fusion_.min_score);
-            for (auto [op, c] : by_op) std::fprintf(stderr, " op%d %d/%d", op, c.second, c.first);
-            std::fprintf(stderr, "\n");
-        }
-        std::vector<std::pair<int, std::vector<int>>> stores;
+        struct Store {
+            std::string text;
+            std::vector<int> deps;
+        };
+        std::vector<Store> stores;
         for (int i = 0; i < count; ++i) {
             const RealVecInstr& r = rec_.instrs[i];
             if (r.kind != Program::Kind::kStore) continue;
+            if (r.op == RealVecOp::kStoreTwo && partner_[r.operands[0]] >= 0) {
+                stores.push_back(StoreHalf<Store>(r));
+                continue;
+            }
             std::vector<int> deps;
             for (int o : r.operands) deps.push_back(Half(o));
-            stores.push_back({i, deps});
+            Count(r.census);
+            stores.push_back({r.text, deps});
         }
-        for (auto& [i, deps] : stores) {
+        for (auto& [text, deps] : stores) {
             // After every load: the destination may be the source.
             deps.insert(deps.end(), loads_.begin(), loads_.end());
-            Count(At(i).census);
-            prog_.Add(Program::Kind::kStore, At(i).text, deps);
+            prog_.Add(Program::Kind::kStore, text, deps);
         }
 
         std::string body = prog_.Emit("    ");
@@ -187,6 +183,7 @@ private:
     void Count(const RealCensus& c) {
         census_.adds += c.adds, census_.muls += c.muls, census_.shuffles += c.shuffles;
         census_.converts += c.converts, census_.loads += c.loads, census_.stores += c.stores;
+        census_.bitwise += c.bitwise;
     }
 
     static std::string Comments(const std::string& text) {
@@ -252,7 +249,7 @@ private:
                 expr = ps + (a.op == RealVecOp::kAdd ? "add" : "sub") + sfx + x[0] + ", " + x[1] + ")";
                 break;
             case RealVecOp::kAddFlip: {
-                ++census_.adds, ++census_.shuffles;
+                ++census_.adds, ++census_.shuffles, ++census_.bitwise;
                 const std::string mask = Mask(narrow, {a.neg[0], a.neg[1], b.neg[0], b.neg[1]});
                 expr = ps + "add" + sfx + x[0] + ", " + ps + "xor" + sfx + x[1] + ", " + mask + "))";
                 break;
@@ -278,7 +275,7 @@ private:
                     ++census_.shuffles;
                     q = "_mm_permute_ps(" + q + ", " + Lanes(2 + b.lane[1], 2 + b.lane[1], a.lane[1], a.lane[1]) + ")";
                 }
-                ++census_.shuffles;
+                ++census_.shuffles, ++census_.bitwise;
                 expr = "_mm_blend_ps(" + p + ", " + q + ", 10)";
                 break;
             }
@@ -293,6 +290,63 @@ private:
                                      " = " + expr + ";",
                                  deps, position);
         return new_[lo] = new_[hi] = id;
+    }
+
+    // A pair of outputs that is one half of a wide vector: the whole vector
+    // is scaled (its other half the same way, so the store of that half can
+    // share the product) and the half stored from it, without a shuffle.
+    template <class Store>
+    Store StoreHalf(const RealVecInstr& r) {
+        const int o = r.operands[0];
+        const bool high = !low_[o];
+        const bool narrow = Single() && !r.wide;
+        const std::string signs = std::string(r.neg[0] ? "n" : "p") + (r.neg[1] ? "n" : "p");
+        const std::string w = WideName(o);
+        auto key = std::make_pair(New(o), signs);
+        auto it = scaled_.find(key);
+        if (it == scaled_.end()) {
+            const std::string base = narrow ? "nscale4" : "wscale4";
+            const std::string type = narrow ? "__m128" : "__m256d";
+            masks_[base] = {type, narrow ? "_mm_set1_ps(scale)" : Single() ? "_mm256_set1_pd(double(scale))" : "_mm256_set1_pd(scale)"};
+            const std::string ps = narrow ? "_mm_" : "_mm256_", sfx = narrow ? "_ps(" : "_pd(";
+            std::string expr;
+            ++census_.muls;
+            if (signs == "pp") {
+                expr = ps + "mul" + sfx + w + ", " + base + ")";
+            } else {
+                ++census_.adds;
+                const std::string mask = narrow ? "qvn::SignMaskPs(" : "qvn::SignMask256Pd(";
+                auto args = [&](bool flip) {
+                    std::string a;
+                    for (int k = 0; k < 4; ++k) a += std::string(k ? ", " : "") + ((r.neg[k % 2] != flip) ? "true" : "false");
+                    return a;
+                };
+                masks_[base + "_" + signs + signs] = {type, ps + "xor" + sfx + base + ", " + mask + args(false) + "))"};
+                masks_["zero4_" + std::string(narrow ? "ps_" : "pd_") + signs + signs] = {type, mask + args(true) + ")"};
+                expr = ps + "add" + sfx + ps + "mul" + sfx + w + ", " + base + "_" + signs + signs + "), zero4_" +
+                       (narrow ? "ps_" : "pd_") + signs + signs + ")";
+            }
+            std::string name = "s" + w.substr(1) + "_" + signs;
+            std::string type_out = type;
+            if (Single() && !narrow) {
+                ++census_.converts;
+                expr = "_mm256_cvtpd_ps(" + expr + ")";
+                type_out = "__m128";
+            }
+            const int id = prog_.Add(Program::Kind::kCompute, "const " + type_out + " " + name + " = " + expr + ";",
+                                     {New(o)});
+            it = scaled_.emplace(key, std::make_pair(id, name)).first;
+        }
+        ++census_.stores;
+        const std::string& s = it->second.second;
+        std::string text;
+        if (Single()) {
+            text = high ? "_mm_storeh_pi(reinterpret_cast<__m64*>(" + r.element + "), " + s + ");"
+                        : "qvn::StoreTwoFloats(" + r.element + ", " + s + ");";
+        } else {
+            text = "_mm_storeu_pd(" + r.element + ", " + (high ? "_mm256_extractf128_pd(" + s + ", 1)" : "_mm256_castpd256_pd128(" + s + ")") + ");";
+        }
+        return {text, {it->second.first}};
     }
 
     static std::string Lanes(int d, int c, int b, int a) {
@@ -392,7 +446,8 @@ private:
     std::vector<int> new_, split_;
     std::vector<int> loads_;  // program instructions that load
     std::map<std::pair<int, int>, std::pair<int, std::string>> joined_;
-    std::map<std::string, std::pair<std::string, std::string>> masks_;
+    std::map<std::string, std::pair<std::string, std::string>> masks_;  // and the wide scales
+    std::map<std::pair<int, std::string>, std::pair<int, std::string>> scaled_;  // (vector, signs) -> scaled
 };
 
 }  // namespace

@@ -71,14 +71,15 @@ bool PartsAdjacent(int n, int slot, int next_slot) {
 }
 bool Consecutive(int i, int j) { return j == i + 1; }
 
-// Cycles a body needs at least on a core that issues two floating-point
-// adds or multiplies, one shuffle, two loads and one store per cycle; a
-// conversion is one arithmetic and one shuffle micro-operation. The sign
-// flips the census counts as shuffles are taken as shuffles too.
+// Cycles a body needs at least on a core with three vector ports, two of
+// which add and multiply and one shuffles, and two loads and one store per
+// cycle; a conversion is one arithmetic and one shuffle micro-operation,
+// and sign flips and blends go to any of the three ports.
 int PortCycles(const RealCensus& c) {
     const int arithmetic = c.adds + c.muls + c.converts;
-    const int shuffle = c.shuffles + c.converts;
-    return std::max({(arithmetic + 1) / 2, shuffle, (c.loads + 1) / 2, c.stores});
+    const int shuffle = c.shuffles - c.bitwise + c.converts;
+    const int vector = arithmetic + shuffle + c.bitwise;
+    return std::max({(arithmetic + 1) / 2, shuffle, (vector + 2) / 3, (c.loads + 1) / 2, c.stores});
 }
 
 // The packed SSE2 body where it takes fewer instructions than the scalar

@@ -30,6 +30,7 @@ enum class RealVecOp {
     kShufPs,     // (a[lane[0]], a[lane[1]]), float lanes, one source
     kTakePs,     // (a[lane[0]], b[lane[1]]), float lanes, two sources
     kLoadTwo,    // input slots lane[0] and lane[0] + 1, neighbours in memory
+    kStoreTwo,   // both lanes, scaled (lanes in `neg` as 0 - s * v), to `element`
 };
 
 struct RealVecInstr {
@@ -43,7 +44,8 @@ struct RealVecInstr {
     int lane[2] = {0, 0};
     Real c[2] = {0, 0};
     bool neg[2] = {false, false};
-    int node[2] = {-1, -1};  // the real DAG values in the two lanes (-1: none or not named)
+    int node[2] = {-1, -1};
+    std::string element;     // kStoreTwo: the address  // the real DAG values in the two lanes (-1: none or not named)
     RealCensus census;  // what this instruction adds to the body's census
 };
 
