@@ -40,6 +40,7 @@ struct RealKernelInput {
 
 struct RealCensus {
     int adds = 0, muls = 0, shuffles = 0, converts = 0, loads = 0, stores = 0;
+    int bitwise = 0;  // of the shuffles, the sign flips and blends (any vector port runs them)
     int Instructions() const { return adds + muls + shuffles + converts + loads + stores; }
     std::string Text() const;
 };
@@ -49,6 +50,7 @@ struct RealKernelText {
     std::string body;       // statements, indented by four spaces
     RealCensus census;
     bool packed = false;    // SSE2 vectors rather than scalars
+    bool wide = false;      // four-lane instructions (AVX)
 };
 
 RealKernelText EmitReal(const RealKernelInput& in);
@@ -67,5 +69,20 @@ struct RealPairing {
 // pair (emit_real_sse.cpp): bit-identical to EmitReal's body. Constant
 // vectors go to a table named `table`.
 RealKernelText EmitRealSse(const RealKernelInput& in, const std::string& table, const RealPairing& pairing);
+
+// How the 256-bit emitter chooses which two-lane instructions become one
+// (emit_real_wide.cpp): a pair whose operands already sit side by side in
+// wide vectors scores 2 per operand, one whose operands are both loads 1.
+struct RealFusion {
+    int min_score;  // least score of a fused add or subtract
+};
+
+// The packed SSE2 body with pairs of its two-lane instructions fused into
+// one instruction of four lanes: four floats in a __m128 and four doubles
+// in a __m256d (x86-64-v3 and up). Bit-identical to EmitRealSse's body.
+RealKernelText EmitRealWide(const RealKernelInput& in, const std::string& table, const RealPairing& pairing,
+                            const RealFusion& fusion);
+struct RealSseRecording;
+RealKernelText FuseRealPairs(const RealSseRecording& rec, const std::string& table, const RealFusion& fusion);
 
 }  // namespace gen

@@ -31,11 +31,20 @@
 
 #include "emit_real.h"
 #include "lane_pairing.h"
+#include "real_recording.h"
 
 namespace gen {
 namespace {
 
 enum Form { kNarrow = 0, kWide = 1 };
+
+// What a wider emitter needs to know of an instruction (real_recording.h).
+struct Desc {
+    RealVecOp op = RealVecOp::kOther;
+    int l0 = 0, l1 = 0;
+    Real c0 = 0, c1 = 0;
+    bool n0 = false, n1 = false;
+};
 
 class RealSseEmitter {
 public:
@@ -43,6 +52,10 @@ public:
         : in_(in), dag_(in.dag), consts_(table, ElemType::kDouble, 2), pairing_(pairing) {}
 
     RealKernelText Run() {
+        rec_.single = Single();
+        rec_.source = in_.source;
+        rec_.sources_adjacent = in_.sources_adjacent;
+        rec_.kin = [this](int a, int b) { return dag_.Kin(a, b); };
         std::vector<RealValue> outputs;
         for (const RealStore& s : in_.stores) outputs.push_back(s.value);
         for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
@@ -63,7 +76,10 @@ public:
         EmitStores();
 
         RealKernelText text;
-        for (const auto& [name, def] : prelude_) text.body += "    const " + def.first + " " + name + " = " + def.second + ";\n";
+        for (const auto& [name, def] : prelude_) {
+            text.body += "    const " + def.first + " " + name + " = " + def.second + ";\n";
+            rec_.prelude.push_back({name, def});
+        }
         text.body += prog_.Emit("    ");
         text.constants = consts_.Definition();
         text.census = census_;
@@ -91,7 +107,8 @@ private:
     std::string Src(int node) const { return "x + (" + in_.source(dag_.at(node).index) + ")"; }
 
     int NewVec(Form form, const std::string& expr, const std::vector<int>& operand_vecs, int lo, int hi,
-               Program::Kind kind = Program::Kind::kCompute, double position = Program::kFollowUsers) {
+               Program::Kind kind = Program::Kind::kCompute, double position = Program::kFollowUsers,
+               const Desc& desc = Desc()) {
         int vec = static_cast<int>(vecs_.size());
         std::vector<int> deps;
         for (int o : operand_vecs) deps.push_back(vecs_[o].instr);
@@ -103,6 +120,13 @@ private:
                     for (auto it = label.first; it != label.second; ++it) comments += "// " + it->second + "\n";
                 }
         int instr = prog_.Add(kind, comments + "const " + Type(form) + " " + Name(vec) + " = " + expr + ";", deps, position);
+        RealVecInstr r;
+        r.kind = kind, r.text = comments + "const " + Type(form) + " " + Name(vec) + " = " + expr + ";";
+        r.name = Name(vec), r.wide = form == kWide, r.operands = deps, r.position = position, r.op = desc.op;
+        r.node[0] = lo, r.node[1] = hi;
+        r.lane[0] = desc.l0, r.lane[1] = desc.l1, r.c[0] = desc.c0, r.c[1] = desc.c1, r.neg[0] = desc.n0,
+        r.neg[1] = desc.n1;
+        Record(instr, std::move(r));
         if (kind == Program::Kind::kLoad) load_instrs_.push_back(instr);
         vecs_.push_back(Vec{instr, {lo, hi}, form});
         if (lo >= 0) where_[form][lo].push_back({vec, 0});
@@ -119,7 +143,10 @@ private:
         ++census_.converts;
         const std::string expr = to == kWide ? "_mm_cvtps_pd(" + Name(vec) + ")" : "_mm_cvtpd_ps(" + Name(vec) + ")";
         auto keep = [&](int node) { return node >= 0 && (to == kNarrow || !IsProduct(node)) ? node : -1; };
-        return NewVec(to, expr, {vec}, keep(vecs_[vec].lane[0]), keep(vecs_[vec].lane[1]));
+        Desc desc;
+        desc.op = to == kWide ? RealVecOp::kCvtWide : RealVecOp::kCvtNarrow;
+        return NewVec(to, expr, {vec}, keep(vecs_[vec].lane[0]), keep(vecs_[vec].lane[1]), Program::Kind::kCompute,
+                      Program::kFollowUsers, desc);
     }
 
     int LoadOne(int node) {
@@ -156,7 +183,9 @@ private:
             ++census_.loads;
             const std::string expr = Single() ? "qvn::LoadTwoFloats(" + Src(lo) + ")"
                                               : "_mm_loadu_pd(" + Src(lo) + ")";
-            return NewVec(f, expr, {}, lo, hi, Program::Kind::kLoad);
+            Desc desc;
+            desc.op = RealVecOp::kLoadTwo, desc.l0 = dag_.at(lo).index;
+            return NewVec(f, expr, {}, lo, hi, Program::Kind::kLoad, Program::kFollowUsers, desc);
         }
         if (!Single() && IsLoad(lo) && IsLoad(hi) && !where_[f].count(lo) && !where_[f].count(hi)) {
             // Two loads from anywhere: the second goes straight to lane 1.
@@ -168,6 +197,9 @@ private:
         auto [v2, l2] = Locate(hi, f);
         const std::string a = Name(v1), b = Name(v2);
         std::string expr;
+        Desc desc;
+        desc.l0 = l1, desc.l1 = l2;
+        desc.op = f == kWide ? RealVecOp::kShufPd : v1 == v2 ? RealVecOp::kShufPs : RealVecOp::kTakePs;
         if (f == kWide) {
             ++census_.shuffles;
             expr = "_mm_shuffle_pd(" + a + ", " + b + ", " + std::to_string(l1 | (l2 << 1)) + ")";
@@ -175,6 +207,7 @@ private:
             ++census_.shuffles;
             expr = "_mm_shuffle_ps(" + a + ", " + a + ", _MM_SHUFFLE(3, 2, " + std::to_string(l2) + ", " +
                    std::to_string(l1) + "))";
+            return NewVec(f, expr, {v1}, lo, hi, Program::Kind::kCompute, Program::kFollowUsers, desc);
         } else if (l1 == 0 && l2 == 0) {
             ++census_.shuffles;
             expr = "_mm_unpacklo_ps(" + a + ", " + b + ")";
@@ -185,7 +218,7 @@ private:
             census_.shuffles += 2;
             expr = "qvn::TakeLanes<" + std::to_string(l1) + ", " + std::to_string(l2) + ">(" + a + ", " + b + ")";
         }
-        return NewVec(f, expr, {v1, v2}, lo, hi);
+        return NewVec(f, expr, {v1, v2}, lo, hi, Program::Kind::kCompute, Program::kFollowUsers, desc);
     }
 
     // A vector of form `f` with `node` in lane `half` (the other lane holds
@@ -199,7 +232,11 @@ private:
         const std::string a = Name(vec);
         const std::string expr = f == kWide ? "_mm_shuffle_pd(" + a + ", " + a + ", 1)"
                                             : "_mm_shuffle_ps(" + a + ", " + a + ", _MM_SHUFFLE(3, 2, 0, 1))";
-        return NewVec(f, expr, {vec}, vecs_[vec].lane[1], vecs_[vec].lane[0]);
+        Desc desc;
+        desc.op = f == kWide ? RealVecOp::kShufPd : RealVecOp::kShufPs;
+        desc.l0 = 1, desc.l1 = 0;
+        return NewVec(f, expr, f == kWide ? std::vector<int>{vec, vec} : std::vector<int>{vec}, vecs_[vec].lane[1],
+                      vecs_[vec].lane[0], Program::Kind::kCompute, Program::kFollowUsers, desc);
     }
 
     int HalfCost(int node, int half, Form f) {
@@ -364,8 +401,10 @@ private:
         if (nl.op == RealOp::kMul) {
             int vx = Gather(nl.a, nh.a, kWide);
             ++census_.muls;
+            Desc desc;
+            desc.op = RealVecOp::kMul, desc.c0 = nl.c, desc.c1 = nh.c;
             NewVec(kWide, "_mm_mul_pd(" + Name(vx) + ", " + Constant(nl.c, nh.c) + ")", {vx}, lo, hi,
-                   Program::Kind::kCompute, Position(lo, hi));
+                   Program::Kind::kCompute, Position(lo, hi), desc);
             return;
         }
         const Form f = SumForm();
@@ -373,15 +412,18 @@ private:
         int va = Gather(a.a_lo, a.a_hi, f), vb = Gather(a.b_lo, a.b_hi, f);
         const std::string sfx = f == kWide ? "_pd(" : "_ps(";
         std::string expr;
+        Desc desc;
         ++census_.adds;
         if (nl.op == nh.op) {
             expr = std::string(nl.op == RealOp::kAdd ? "_mm_add" : "_mm_sub") + sfx + Name(va) + ", " + Name(vb) + ")";
+            desc.op = nl.op == RealOp::kAdd ? RealVecOp::kAdd : RealVecOp::kSub;
         } else {
-            ++census_.shuffles;  // the sign flip (a bitwise operation)
+            ++census_.shuffles, ++census_.bitwise;  // the sign flip (a bitwise operation)
             const std::string mask = Mask(f, nl.op == RealOp::kSub, nh.op == RealOp::kSub);
             expr = "_mm_add" + sfx + Name(va) + ", _mm_xor" + sfx + Name(vb) + ", " + mask + "))";
+            desc.op = RealVecOp::kAddFlip, desc.n0 = nl.op == RealOp::kSub, desc.n1 = nh.op == RealOp::kSub;
         }
-        NewVec(f, expr, {va, vb}, lo, hi, Program::Kind::kCompute, Position(lo, hi));
+        NewVec(f, expr, {va, vb}, lo, hi, Program::Kind::kCompute, Position(lo, hi), desc);
     }
 
     void EmitSingle(int id) {
@@ -390,8 +432,10 @@ private:
             int half = HalfCost(n.a, 1, kWide) < HalfCost(n.a, 0, kWide) ? 1 : 0;
             int vx = GatherHalf(n.a, half, kWide);
             ++census_.muls;
+            Desc desc;
+            desc.op = RealVecOp::kMul, desc.c0 = n.c, desc.c1 = n.c;
             NewVec(kWide, "_mm_mul_pd(" + Name(vx) + ", " + Constant(n.c, n.c) + ")", {vx}, half == 0 ? id : -1,
-                   half == 0 ? -1 : id, Program::Kind::kCompute, id);
+                   half == 0 ? -1 : id, Program::Kind::kCompute, id, desc);
             return;
         }
         const Form f = SumForm();
@@ -399,8 +443,10 @@ private:
         int va = GatherHalf(n.a, half, f), vb = GatherHalf(n.b, half, f);
         ++census_.adds;
         const std::string sfx = f == kWide ? "_pd(" : "_ps(";
+        Desc desc;
+        desc.op = n.op == RealOp::kAdd ? RealVecOp::kAdd : RealVecOp::kSub;
         NewVec(f, std::string(n.op == RealOp::kAdd ? "_mm_add" : "_mm_sub") + sfx + Name(va) + ", " + Name(vb) + ")",
-               {va, vb}, half == 0 ? id : -1, half == 0 ? -1 : id, Program::Kind::kCompute, id);
+               {va, vb}, half == 0 ? id : -1, half == 0 ? -1 : id, Program::Kind::kCompute, id, desc);
     }
 
     // s * v per lane, or 0 - s * v for a negated lane, in form f.
@@ -427,10 +473,25 @@ private:
 
     std::string Element(const RealStore& s) const { return "y + (" + s.element + ")"; }
 
-    void Store(const std::string& text, std::vector<int> deps) {
+    void Store(const std::string& text, std::vector<int> deps, const Desc& desc = Desc(), const std::string& element = "") {
         ++census_.stores;
+        RealVecInstr r;
+        r.kind = Program::Kind::kStore, r.text = text, r.operands = deps;
+        r.op = desc.op, r.neg[0] = desc.n0, r.neg[1] = desc.n1, r.element = element;
+        if (!deps.empty()) r.wide = rec_.instrs.at(deps[0]).wide;
         deps.insert(deps.end(), load_instrs_.begin(), load_instrs_.end());
-        prog_.Add(Program::Kind::kStore, text, deps);
+        Record(prog_.Add(Program::Kind::kStore, text, deps), std::move(r));
+    }
+
+    void Record(int instr, RealVecInstr r) {
+        if (instr != static_cast<int>(rec_.instrs.size())) throw std::logic_error("recording out of step");
+        // Every count an instruction makes comes before it is added.
+        r.census = {census_.adds - recorded_.adds,       census_.muls - recorded_.muls,
+                    census_.shuffles - recorded_.shuffles, census_.converts - recorded_.converts,
+                    census_.loads - recorded_.loads,     census_.stores - recorded_.stores,
+                    census_.bitwise - recorded_.bitwise};
+        recorded_ = census_;
+        rec_.instrs.push_back(std::move(r));
     }
 
     // The form an output is scaled in: a single-precision product is still
@@ -461,9 +522,11 @@ private:
                         ++census_.converts;
                         value = "_mm_cvtpd_ps(" + value + ")";
                     }
+                    Desc desc;
+                    desc.op = RealVecOp::kStoreTwo, desc.n0 = v.negated, desc.n1 = t.value.negated;
                     Store(Single() ? "qvn::StoreTwoFloats(" + Element(s) + ", " + value + ");"
                                    : "_mm_storeu_pd(" + Element(s) + ", " + value + ");",
-                          {vecs_[vec].instr});
+                          {vecs_[vec].instr}, desc, Element(s));
                     ++i;
                     continue;
                 }
@@ -487,8 +550,14 @@ private:
         }
     }
 
+public:
+    const RealSseRecording& recording() const { return rec_; }
+
+private:
     const RealKernelInput& in_;
     const RealDag& dag_;
+    RealSseRecording rec_;
+    RealCensus recorded_;  // the census as of the last recorded instruction
     ConstTable consts_;
     RealPairing pairing_;
     Program prog_;
@@ -508,6 +577,13 @@ private:
 
 RealKernelText EmitRealSse(const RealKernelInput& in, const std::string& table, const RealPairing& pairing) {
     return RealSseEmitter(in, table, pairing).Run();
+}
+
+RealKernelText EmitRealWide(const RealKernelInput& in, const std::string& table, const RealPairing& pairing,
+                            const RealFusion& fusion) {
+    RealSseEmitter pair(in, table, pairing);
+    pair.Run();
+    return FuseRealPairs(pair.recording(), table, fusion);
 }
 
 }  // namespace gen

@@ -143,6 +143,19 @@ std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real
         }
         if (!pairs.empty()) real.AddTwins(std::move(pairs));
     }
+    for (const Dag::Siblings& group : dag.siblings())
+        for (size_t i = 0; i < group.ranges.size(); ++i)
+            for (size_t j = i + 1; j < group.ranges.size(); ++j) {
+                auto [ib, ie] = group.ranges[i];
+                auto [jb, je] = group.ranges[j];
+                if (ie - ib != je - jb) continue;
+                for (int k = 0; k < ie - ib; ++k) {
+                    auto a = parts.find(ib + k), b = parts.find(jb + k);
+                    if (a == parts.end() || b == parts.end()) continue;
+                    for (auto [x, y] : {std::make_pair(a->second.re, b->second.re), std::make_pair(a->second.im, b->second.im)})
+                        if (!x.IsZero() && !y.IsZero() && x.node != y.node) real.AddKin(x.node, y.node);
+                }
+            }
     std::vector<RealPair> result;
     for (const Value& v : outputs) result.push_back(signed_part(v));
     return result;

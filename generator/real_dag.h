@@ -14,7 +14,9 @@
 // are one node (the second negated).
 #pragma once
 
+#include <algorithm>
 #include <map>
+#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -62,11 +64,18 @@ public:
     void AddTwins(TwinNodes pairs) { twins_.push_back(std::move(pairs)); }
     const std::vector<TwinNodes>& twins() const { return twins_; }
 
+    // Matching values of any two equal sibling sub-transforms of one stage
+    // (Dag::siblings), not only of neighbours: the 256-bit emitter fuses
+    // the operations of two twin pairs into one instruction.
+    void AddKin(int a, int b) { kin_.insert({std::min(a, b), std::max(a, b)}); }
+    bool Kin(int a, int b) const { return kin_.count({std::min(a, b), std::max(a, b)}) != 0; }
+
 private:
     int Intern(const RealNode& n);
     std::vector<RealNode> nodes_;
     std::multimap<int, std::string> labels_;
     std::vector<TwinNodes> twins_;
+    std::set<std::pair<int, int>> kin_;
     std::map<std::tuple<int, int, int, int, Real>, int> index_;
 };
 

@@ -1,5 +1,6 @@
 #include "real_dft_file.h"
 
+#include <algorithm>
 #include <set>
 #include <stdexcept>
 
@@ -70,20 +71,40 @@ bool PartsAdjacent(int n, int slot, int next_slot) {
 }
 bool Consecutive(int i, int j) { return j == i + 1; }
 
+// Cycles a body needs at least on a core with three vector ports, two of
+// which add and multiply and one shuffles, and two loads and one store per
+// cycle; a conversion is one arithmetic and one shuffle micro-operation,
+// and sign flips and blends go to any of the three ports.
+int PortCycles(const RealCensus& c) {
+    const int arithmetic = c.adds + c.muls + c.converts;
+    const int shuffle = c.shuffles - c.bitwise + c.converts;
+    const int vector = arithmetic + shuffle + c.bitwise;
+    return std::max({(arithmetic + 1) / 2, shuffle, (vector + 2) / 3, (c.loads + 1) / 2, c.stores});
+}
+
 // The packed SSE2 body where it takes fewer instructions than the scalar
-// one (both compute the same bits). The scalar census leaves the scale
-// multiplications out; they are added here for a fair count.
-RealKernelText Cheapest(const RealKernelInput& in, const std::string& table) {
+// one (all compute the same bits). The scalar census leaves the scale
+// multiplications out; they are added here for a fair count. The wider
+// targets also try the 256-bit fusions of each packed body and take the
+// body with the fewest port cycles, then instructions.
+RealKernelText Cheapest(const RealKernelInput& in, const std::string& table, Isa isa) {
+    const bool wide = isa != Isa::kX86_64;
+    auto cost = [&](const RealCensus& c) { return wide ? PortCycles(c) * 10000 + c.Instructions() : c.Instructions(); };
     RealKernelText best = EmitReal(in);
-    int best_cost = best.census.Instructions();
-    for (const RealStore& s : in.stores) best_cost += s.value.IsZero() ? 0 : 1;
+    RealCensus scalar = best.census;
+    for (const RealStore& s : in.stores) scalar.muls += s.value.IsZero() ? 0 : 1;
+    int best_cost = cost(scalar);
     for (RealPairing pairing : {RealPairing{false, 1}, RealPairing{false, 2}, RealPairing{true, 1}, RealPairing{true, 2},
                                 RealPairing{true, 1, true, true}, RealPairing{false, 1, true, true}}) {
-        RealKernelText packed = EmitRealSse(in, table, pairing);
-        if (packed.census.Instructions() < best_cost) {
-            best_cost = packed.census.Instructions();
-            best = std::move(packed);
-        }
+        std::vector<RealKernelText> bodies;
+        bodies.push_back(EmitRealSse(in, table, pairing));
+        if (wide)
+            for (int min_score : {2, 3, 4}) bodies.push_back(EmitRealWide(in, table, pairing, RealFusion{min_score}));
+        for (RealKernelText& body : bodies)
+            if (cost(body.census) < best_cost) {
+                best_cost = cost(body.census);
+                best = std::move(body);
+            }
     }
     return best;
 }
@@ -93,11 +114,12 @@ struct Kernel {
     int products = 0;
     // Products with constants, then the body's instructions.
     std::string Summary() const {
-        return std::to_string(products) + " products; " + (text.packed ? "SSE2 " : "scalar ") + text.census.Text();
+        return std::to_string(products) + " products; " + (text.wide ? "AVX " : text.packed ? "SSE2 " : "scalar ") +
+               text.census.Text();
     }
 };
 
-Kernel ForwardKernel(int n, bool single, const Recipe& recipe) {
+Kernel ForwardKernel(int n, bool single, const Recipe& recipe, Isa isa) {
     ForwardRealDag f = BuildForwardReal(recipe);
     RealKernelInput in{f.dag, [](int slot) { return std::to_string(slot); }, {}, single};
     in.sources_adjacent = Consecutive;
@@ -115,26 +137,26 @@ Kernel ForwardKernel(int n, bool single, const Recipe& recipe) {
         values.push_back(f.bins[k].re);
         values.push_back(f.bins[k].im);
     }
-    return {Cheapest(in, "kForwardC"), CountProducts(f.dag, values)};
+    return {Cheapest(in, "kForwardC", isa), CountProducts(f.dag, values)};
 }
 
-Kernel InverseKernel(int n, bool single, const Recipe& recipe) {
+Kernel InverseKernel(int n, bool single, const Recipe& recipe, Isa isa) {
     RealOutputsDag inv = BuildInverseReal(recipe);
     auto source = [n](int slot) { return Part(slot % 2 == 0 ? "ReAt" : "ImAt", n, slot / 2); };
     RealKernelInput in{inv.dag, source, {}, single};
     in.sources_adjacent = [n](int slot, int next) { return PartsAdjacent(n, slot, next); };
     in.stores_adjacent = Consecutive;
     for (int j = 0; j < n; ++j) in.stores.push_back({std::to_string(j), inv.outputs[j], ""});
-    return {Cheapest(in, "kInverseC"), CountProducts(inv.dag, inv.outputs)};
+    return {Cheapest(in, "kInverseC", isa), CountProducts(inv.dag, inv.outputs)};
 }
 
-Kernel HartleyKernel(int n, bool single, const Recipe& recipe) {
+Kernel HartleyKernel(int n, bool single, const Recipe& recipe, Isa isa) {
     RealOutputsDag h = BuildHartley(recipe);
     RealKernelInput in{h.dag, [](int slot) { return std::to_string(slot); }, {}, single};
     in.sources_adjacent = Consecutive;
     in.stores_adjacent = Consecutive;
     for (int k = 0; k < n; ++k) in.stores.push_back({std::to_string(k), h.outputs[k], ""});
-    return {Cheapest(in, "kHartleyC"), CountProducts(h.dag, h.outputs)};
+    return {Cheapest(in, "kHartleyC", isa), CountProducts(h.dag, h.outputs)};
 }
 
 std::string Function(const std::string& comment, bool templated, const std::string& name, bool single,
@@ -144,6 +166,9 @@ std::string Function(const std::string& comment, bool templated, const std::stri
            "* x, " + t + "* y, " + t + " scale) {\n" + body + "}\n\n";
 }
 
+// The 256-bit sign masks, for bodies that use them.
+std::string WideInclude(bool wide) { return wide ? "#include \"frame/avx_complex_access.h\"\n" : ""; }
+
 std::string Header(const std::string& family, const std::string& title, int n, bool single) {
     return "// Generated by qvngen-gen " + family + " -- do not edit.\n// " + title + ", N = " + std::to_string(n) +
            ", " + (single ? "single" : "double") + " precision (" + Arithmetic(single) + ").\n";
@@ -151,12 +176,12 @@ std::string Header(const std::string& family, const std::string& title, int n, b
 
 }  // namespace
 
-GeneratedFile RealDftFile(int n, bool single, Isa /*isa*/) {
+GeneratedFile RealDftFile(int n, bool single, Isa isa) {
     CheckLayouts(n);
     const RealDftRow& row = RealRowFor(n);
     const Recipe fwd_recipe = ParseFor(n, row.forward), inv_recipe = ParseFor(n, row.inverse);
-    Kernel fwd = ForwardKernel(n, single, fwd_recipe);
-    Kernel inv = InverseKernel(n, single, inv_recipe);
+    Kernel fwd = ForwardKernel(n, single, fwd_recipe, isa);
+    Kernel inv = InverseKernel(n, single, inv_recipe, isa);
     if (fwd.products > row.forward_budget)
         throw std::runtime_error("forward real DFT of length " + std::to_string(n) + ": " +
                                  std::to_string(fwd.products) + " products, over the budget of " +
@@ -181,8 +206,8 @@ GeneratedFile RealDftFile(int n, bool single, Isa /*isa*/) {
                 "// (products: multiplications by constants; instructions: with the scale, one per vector)\n"
                 "#include \"frame/packed_layout.h\"\n"
                 "#include \"frame/real_entry.h\"\n"
-                "#include \"frame/sse_access.h\"\n\n"
-                "namespace {\n\n" + fwd.text.constants + inv.text.constants +
+                "#include \"frame/sse_access.h\"\n" + WideInclude(fwd.text.wide || inv.text.wide) +
+                "\nnamespace {\n\n" + fwd.text.constants + inv.text.constants +
                 "constexpr qvn::ScaleSet<" + t + "> kScales = " + ScaleSetText(n, single ? ElemType::kFloat : ElemType::kDouble) +
                 ";\n\n" +
                 Function("Bins 0.." + std::to_string(n / 2) + " of the forward DFT of x, stored where layout L keeps them.",
@@ -197,10 +222,10 @@ GeneratedFile RealDftFile(int n, bool single, Isa /*isa*/) {
     return file;
 }
 
-GeneratedFile HartleyFile(int n, bool single, Isa /*isa*/) {
+GeneratedFile HartleyFile(int n, bool single, Isa isa) {
     const RealDftRow& row = RealRowFor(n);
     const Recipe recipe = ParseFor(n, row.hartley);
-    Kernel k = HartleyKernel(n, single, recipe);
+    Kernel k = HartleyKernel(n, single, recipe, isa);
     const std::string prec = Precision(single), t = ElemName(single), len = std::to_string(n);
     GeneratedFile file;
     file.name = "dht_" + len + "_" + prec + ".cpp";
@@ -209,8 +234,8 @@ GeneratedFile HartleyFile(int n, bool single, Isa /*isa*/) {
                 Describe(recipe) + " (forward DFT; H[k] = Re X[k] - Im X[k])\n// " + k.Summary() +
                 "\n// (products: multiplications by constants; instructions: with the scale, one per vector)\n"
                 "#include \"frame/real_entry.h\"\n"
-                "#include \"frame/sse_access.h\"\n\n"
-                "namespace {\n\n" + k.text.constants +
+                "#include \"frame/sse_access.h\"\n" + WideInclude(k.text.wide) +
+                "\nnamespace {\n\n" + k.text.constants +
                 "constexpr qvn::ScaleSet<" + t + "> kScales = " + ScaleSetText(n, single ? ElemType::kFloat : ElemType::kDouble) +
                 ";\n\n" + Function("H[k] = sum x[n] cas(2 pi k n / " + len + "), k = 0.." + std::to_string(n - 1) + ".", false,
                                    "Hartley", single, k.text.body) +
@@ -221,10 +246,10 @@ GeneratedFile HartleyFile(int n, bool single, Isa /*isa*/) {
 }
 
 std::string ExploreReal(int n, bool single, const std::string& forward, const std::string& inverse,
-                        const std::string& hartley) {
-    return "forward " + forward + ": " + ForwardKernel(n, single, ParseFor(n, forward)).Summary() + "\n" +
-           "inverse " + inverse + ": " + InverseKernel(n, single, ParseFor(n, inverse)).Summary() + "\n" +
-           "hartley " + hartley + ": " + HartleyKernel(n, single, ParseFor(n, hartley)).Summary() + "\n";
+                        const std::string& hartley, Isa isa) {
+    return "forward " + forward + ": " + ForwardKernel(n, single, ParseFor(n, forward), isa).Summary() + "\n" +
+           "inverse " + inverse + ": " + InverseKernel(n, single, ParseFor(n, inverse), isa).Summary() + "\n" +
+           "hartley " + hartley + ": " + HartleyKernel(n, single, ParseFor(n, hartley), isa).Summary() + "\n";
 }
 
 }  // namespace gen

@@ -9,15 +9,14 @@
 
 namespace gen {
 
-// The real kernels are the same text for every target: their two-lane
-// bodies gain nothing from wider vectors, and a v3/v4 build compiles them
-// with its own flags.
+// The baseline's kernels are two-lane SSE2 bodies (or scalar code); the
+// wider targets may fuse pairs of their instructions into 256-bit ones.
 GeneratedFile RealDftFile(int n, bool single, Isa isa);
 GeneratedFile HartleyFile(int n, bool single, Isa isa);
 
 // Census of the three real kernels of length n for other schemes than the
 // table's, for trying them out; nothing is checked against the budget.
 std::string ExploreReal(int n, bool single, const std::string& forward, const std::string& inverse,
-                        const std::string& hartley);
+                        const std::string& hartley, Isa isa = Isa::kX86_64);
 
 }  // namespace gen
