@@ -845,14 +845,7 @@ GeneratedFile Dct4File(int index, bool single, Isa isa) {
         file.census += "dct4 " + fn + ": " + k.census + "\n";
         bodies += k.signature + " {\n" + k.body + "}\n\n";
     }
-    // The scalar direct kernels of the 512-bit build: GCC's straight-line
-    // vectorizer would join their last sixteen stores into one 64-byte store
-    // (a line split at most addresses; 32f N = 16 measured half as slow
-    // again), so it is held to 256-bit vectors there, as in x86-64-v3.
-    const std::string narrow_slp = isa == Isa::kX86_64_v4 && id.kind == KernelKind::kDirect
-                                       ? "// At most 256-bit vectors from the compiler's own vectorizing.\n#pragma GCC target(\"prefer-vector-width=256\")\n\n"
-                                       : "";
-    file.text = head + (wide ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") + "#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\n" + narrow_slp + "namespace qvn::dct4 {\n\n" + bodies +
+    file.text = head + (wide ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") + "#include <cstddef>\n\n#include \"dct4/kernels.h\"\n\n" + "namespace qvn::dct4 {\n\n" + bodies +
                 "}  // namespace qvn::dct4\n";
     return file;
 }
