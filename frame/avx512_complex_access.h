@@ -1,7 +1,7 @@
 // Memory access, lane picks and sign masks of the generated 512-bit complex
 // kernels (x86-64-v4 build). As in the 256-bit kernels accesses are
-// unaligned, and every body has a second instantiation whose accesses are
-// 128-bit pieces, for arrays that cross a 4 KB page (frame/entry.h). A
+// unaligned; every body has a second instantiation in 256-bit halves for
+// arrays on a 32-byte boundary that cross a 4 KB page (frame/entry.h). A
 // complex double fills one 128-bit lane of a __m512d.
 #pragma once
 
@@ -32,40 +32,14 @@ struct Halves512 {
     }
 };
 
-// The same values through four 128-bit accesses, for any 16-byte-aligned
-// array: inserts from memory and extracts to memory, no shuffle through a
-// register (the inserts still cost about a quarter more time than whole
-// loads in N = 32 and 64).
-struct PageSafe512 {
-    static constexpr int kWidest = 16;
-    static __m512d Load(const double* p) {
-        __m512d v = _mm512_castpd128_pd512(_mm_loadu_pd(p));
-        v = _mm512_insertf64x2(v, _mm_loadu_pd(p + 2), 1);
-        v = _mm512_insertf64x2(v, _mm_loadu_pd(p + 4), 2);
-        return _mm512_insertf64x2(v, _mm_loadu_pd(p + 6), 3);
-    }
-    static void Store(double* p, __m512d v) {
-        _mm_storeu_pd(p, _mm512_castpd512_pd128(v));
-        _mm_storeu_pd(p + 2, _mm512_extractf64x2_pd(v, 1));
-        _mm_storeu_pd(p + 4, _mm512_extractf64x2_pd(v, 2));
-        _mm_storeu_pd(p + 6, _mm512_extractf64x2_pd(v, 3));
-    }
-};
-
 // The first `Count` (1..3) complex doubles at p in the low lanes, the rest
 // zero; and the low `Count` lanes stored. With whole accesses one and two
 // values are plain 128-bit and 256-bit accesses and three take a masked
-// access, which touches no memory past the third value; the page-safe
-// policies split them as they split whole vectors.
+// access, which touches no memory past the third value; the halves policy
+// splits three values into 256 and 128 bits.
 template <int Count, class Mem = Unaligned512>
 inline __m512d LoadComplexesLow512(const double* p) {
     if constexpr (Count == 1) return _mm512_zextpd128_pd512(_mm_loadu_pd(p));
-    if constexpr (Mem::kWidest == 16) {
-        __m512d v = _mm512_zextpd128_pd512(_mm_loadu_pd(p));
-        v = _mm512_insertf64x2(v, _mm_loadu_pd(p + 2), 1);
-        if constexpr (Count == 3) v = _mm512_insertf64x2(v, _mm_loadu_pd(p + 4), 2);
-        return v;
-    }
     if constexpr (Count == 2) return _mm512_zextpd256_pd512(_mm256_loadu_pd(p));
     if constexpr (Mem::kWidest == 32)
         return _mm512_insertf64x2(_mm512_zextpd256_pd512(_mm256_loadu_pd(p)), _mm_loadu_pd(p + 4), 2);
@@ -75,10 +49,6 @@ template <int Count, class Mem = Unaligned512>
 inline void StoreComplexesLow512(double* p, __m512d v) {
     if constexpr (Count == 1) {
         _mm_storeu_pd(p, _mm512_castpd512_pd128(v));
-    } else if constexpr (Mem::kWidest == 16) {
-        _mm_storeu_pd(p, _mm512_castpd512_pd128(v));
-        _mm_storeu_pd(p + 2, _mm512_extractf64x2_pd(v, 1));
-        if constexpr (Count == 3) _mm_storeu_pd(p + 4, _mm512_extractf64x2_pd(v, 2));
     } else if constexpr (Count == 2) {
         _mm256_storeu_pd(p, _mm512_castpd512_pd256(v));
     } else if constexpr (Mem::kWidest == 32) {

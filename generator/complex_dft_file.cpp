@@ -178,7 +178,6 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
     const std::string wide_access = quad_double ? "qvn::Unaligned512" : "qvn::Unaligned256";
-    const std::string page_safe_access = quad_double ? "qvn::PageSafe512" : "qvn::PageSafe256";
     // Bodies for any alignment: the wide kernels load and store unaligned
     // throughout, so they need no aligned twin; their twin is the page-safe
     // body where they have accesses wider than 128 bits.
@@ -227,16 +226,32 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         // 256-bit halves for crossing arrays on a 32-byte boundary.
         const std::string halves =
             quad_double && page_check.ends_with(", 64}") ? ", " + fn + "<qvn::Halves512>" : std::string();
-        // Its 128-bit body costs three inserts per load; beyond 768 bytes
-        // (N > 48) that was measured to cost more than the one split load
-        // and store of the first body on a crossing array (N = 52, 53, 60,
-        // 64: first body 1.04-1.15x, 128-bit body 1.08-1.24x its uncrossed
-        // time), so there the first body serves those calls too.
-        const std::string safe_access = !halves.empty() && n > 48 ? wide_access : page_safe_access;
+        // Its own body in 128-bit pieces costs three inserts per load
+        // (measured 1.25-1.45x its whole-access time at N = 16 and 32).
+        // Up to 768 bytes (N <= 48) the crossing arrays off a 32-byte
+        // boundary take the two-per-__m256d body in 128-bit pieces instead
+        // (1.1-1.25x); beyond, the one split load and store of the first
+        // body cost less than either (N = 52, 53, 60, 64: first body
+        // 1.04-1.15x, pair body 1.2-1.3x), so the first body serves them.
+        if (quad_double && !page_check.empty() && halves.empty())
+            throw std::runtime_error("512-bit body of length " + std::to_string(n) +
+                                     " is not safe on 64-byte-aligned arrays: no page-safe body for it");
+        const bool pair_twin = !halves.empty() && n <= 48;
+        if (pair_twin) {
+            const KernelText pair =
+                EmitPaired(KernelInput{dag, y, n, forward ? "kForwardPairConstants" : "kInversePairConstants"},
+                           AvxPairDouble());
+            if (!pair.constants.empty()) kernels += pair.constants + "\n";
+            kernels += "template <class Mem>\ninline void " + fn + "Pair(const " + real + "* x, " + real + "* y, " +
+                       real + " scale) {\n" + pair.body + "}\n\n";
+        }
+        const std::string safe_body = !halves.empty() && n > 48 ? fn + "<" + wide_access + ">"
+                                      : pair_twin                ? fn + "Pair<qvn::PageSafe256>"
+                                                                 : fn + "<qvn::PageSafe256>";
         const std::string bodies = !avx ? fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>"
                                    : page_check.empty()
                                        ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
-                                       : fn + "<" + wide_access + ">, " + fn + "<" + safe_access + ">, " + page_check +
+                                       : fn + "<" + wide_access + ">, " + safe_body + ", " + page_check +
                                              halves;
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
                    ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
@@ -247,9 +262,13 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                 "// Complex DFT, N = " + std::to_string(n) + ", " + (single ? "single" : "double") +
                 " precision (" + layout + ").\n"
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
+                (quad_double && n <= 48 ? "// ForwardPair, InversePair: the same DAG two complex values per __m256d, in\n"
+                                          "// 128-bit accesses for arrays that cross a 4 KB page off a 32-byte boundary.\n"
+                                        : "") +
                 (avx || vector_double_products ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/complex_entry.h\"\n" +
-                (quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
+                (quad_double && n <= 48 ? "#include \"frame/avx512_complex_access.h\"\n#include \"frame/avx_complex_access.h\"\n\n"
+                 : quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
                  : avx       ? "#include \"frame/avx_complex_access.h\"\n\n"
                              : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"
