@@ -8,17 +8,20 @@
 // Wide-vector kernels (kPageCheck.bytes != 0): their first body loads and
 // stores 32 or 64 bytes at a time, unaligned, and an access that crosses a
 // 4 KB page boundary costs tens of cycles (a 16-byte-aligned array from
-// malloc crosses one every few calls of a long run). Their twin moves the
-// same values in 128-bit pieces, which cross no page on a 16-byte-aligned
-// array. The call goes to the twin when the source's or the destination's
-// byte range crosses a page and the array is not on the boundary
-// (kPageCheck.align) that keeps every wide access of the first body inside
-// one page. A null pointer crosses nothing. A kernel whose first body is
-// safe on 64-byte-aligned arrays may also have kHalves, a third body of
-// 256-bit halves, which is safe on 32-byte-aligned arrays and as fast as the
-// first: a crossing call with both arrays on a 32-byte boundary goes there.
-// Where the 128-bit twin costs more than the crossing itself (long 512-bit
-// kernels), kUnaligned is kAligned and only the halves are taken.
+// malloc that ends in the next page has one). Their twin moves the same
+// values in 128-bit pieces, which cross no page on a 16-byte-aligned array
+// (for the 512-bit double kernels up to N = 48 it is the 256-bit body of the
+// same DAG in 128-bit pieces). The call goes to the twin when the source's or
+// the destination's byte range crosses a page and that array is not on the
+// boundary (kPageCheck.align) that keeps every wide access of the first body
+// inside one page. A null pointer crosses nothing.
+//
+// A kernel whose first body is safe on 64-byte-aligned arrays may also have
+// kHalves, a third body of 256-bit halves, safe on 32-byte-aligned arrays
+// and as fast as the first: a crossing call with both arrays on a 32-byte
+// boundary goes there. Where the 128-bit twin costs more than the crossing
+// itself (long 512-bit kernels), kUnaligned is kAligned and only the halves
+// are taken.
 //
 // A Kernel provides kTwoBodies, kAligned and kUnaligned (its two bodies),
 // optionally kPageCheck and kHalves, and
