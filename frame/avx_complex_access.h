@@ -1,7 +1,11 @@
 // Memory access and sign masks of the generated 256-bit complex kernels
-// (x86-64-v3 build). Every load and store is unaligned: on these processors
-// an unaligned access to aligned data costs nothing extra, so one body
-// serves every pointer.
+// (x86-64-v3 and x86-64-v4 builds). Loads and stores are unaligned: on these
+// processors an unaligned access to aligned data costs nothing extra, and
+// one that only crosses a cache line costs little. One that crosses a 4 KB
+// page boundary costs tens of cycles, so every body is instantiated twice:
+// with whole 256-bit accesses, and with each access cut into 128-bit halves,
+// which never cross a page on a 16-byte-aligned array. The entry takes the
+// second only for an array that crosses a page (frame/entry.h).
 #pragma once
 
 #include <immintrin.h>
@@ -9,10 +13,32 @@
 namespace qvn {
 
 struct Unaligned256 {
+    static constexpr int kWidest = 32;  // bytes of the widest single access
     static __m256 Load(const float* p) { return _mm256_loadu_ps(p); }
     static void Store(float* p, __m256 v) { _mm256_storeu_ps(p, v); }
     static __m256d Load(const double* p) { return _mm256_loadu_pd(p); }
     static void Store(double* p, __m256d v) { _mm256_storeu_pd(p, v); }
+};
+
+// The same values through 128-bit accesses: the high half goes in with an
+// insert from memory (a load and a non-shuffle operation) and out with an
+// extract to memory (a plain store).
+struct PageSafe256 {
+    static constexpr int kWidest = 16;
+    static __m256 Load(const float* p) {
+        return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(p)), _mm_loadu_ps(p + 4), 1);
+    }
+    static void Store(float* p, __m256 v) {
+        _mm_storeu_ps(p, _mm256_castps256_ps128(v));
+        _mm_storeu_ps(p + 4, _mm256_extractf128_ps(v, 1));
+    }
+    static __m256d Load(const double* p) {
+        return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p)), _mm_loadu_pd(p + 2), 1);
+    }
+    static void Store(double* p, __m256d v) {
+        _mm_storeu_pd(p, _mm256_castpd256_pd128(v));
+        _mm_storeu_pd(p + 2, _mm256_extractf128_pd(v, 1));
+    }
 };
 
 // One complex double in the low 128-bit half (the high half zero), and one

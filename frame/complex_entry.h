@@ -3,7 +3,7 @@
 // A generated kernel file describes each transform as a ComplexKernel (its
 // direction, scale constants and bodies) and exports it with
 // QVN_DEFINE_COMPLEX_ENTRY. The checks run in the order callers rely on:
-// alignment choice (frame/entry.h), null pointers, flag.
+// body choice by alignment and page (frame/entry.h), null pointers, flag.
 #pragma once
 
 #include <cstdint>
@@ -29,14 +29,19 @@ struct ComplexOf<double> {
 template <class Real>
 using ComplexBody = void (*)(const Real*, Real*, Real);
 
+// Wide-vector kernels pass their page-safe body as UnalignedBody, the
+// PageCheck that chooses it, and optionally a body of 256-bit halves
+// (frame/entry.h).
 template <Direction D, class R, const ScaleSet<R>& S, bool TwoBodies, ComplexBody<R> AlignedBody,
-          ComplexBody<R> UnalignedBody>
+          ComplexBody<R> UnalignedBody, PageCheck Page = PageCheck{}, ComplexBody<R> HalvesBody = nullptr>
 struct ComplexKernel {
     using Elem = typename ComplexOf<R>::type;
     using Real = R;
     static constexpr bool kTwoBodies = TwoBodies;
     static constexpr ComplexBody<R> kAligned = AlignedBody;
     static constexpr ComplexBody<R> kUnaligned = UnalignedBody;
+    static constexpr PageCheck kPageCheck = Page;
+    static constexpr ComplexBody<R> kHalves = HalvesBody;
 
     // Null pointers, then the flag; nothing is read or written before both pass.
     static Status Checked(ComplexBody<R> body, const Elem* src, Elem* dst, int32_t flag) {

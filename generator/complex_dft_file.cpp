@@ -110,6 +110,50 @@ bool QuadDoubleWins(int n, const std::string& recipe_text) {
     return quad < pair;
 }
 
+// The page check of a wide body (frame/entry.h), read from its text: every
+// access wider than 128 bits (`Mem::Load(x + k)`, `Mem::Store(y + k, ...)`,
+// two or three values of LoadComplexesLow512/StoreComplexesLow512), with its
+// width in bytes. The first body is safe on an array aligned to the widest
+// of them if each sits at a multiple of its own width; otherwise on none.
+// Empty when the body has no such access (128-bit pieces cross no page on a
+// 16-byte-aligned array).
+std::string PageCheckText(const std::string& body, int elem_bytes, int wide_bytes, int n) {
+    struct Pattern {
+        const char* prefix;
+        int width;
+    };
+    const Pattern patterns[] = {{"Mem::Load(", wide_bytes},
+                                {"Mem::Store(", wide_bytes},
+                                {"qvn::LoadComplexesLow512<2, Mem>(", 32},
+                                {"qvn::LoadComplexesLow512<3, Mem>(", 64},
+                                {"qvn::StoreComplexesLow512<2, Mem>(", 32},
+                                {"qvn::StoreComplexesLow512<3, Mem>(", 64}};
+    int align = 0;
+    bool aligned_safe = true, any = false;
+    for (const Pattern& pat : patterns) {
+        const std::string prefix = pat.prefix;
+        for (size_t at = body.find(prefix); at != std::string::npos; at = body.find(prefix, at + 1)) {
+            size_t p = at + prefix.size();
+            if (body[p] != 'x' && body[p] != 'y') throw std::runtime_error("unexpected address in " + prefix);
+            ++p;
+            long offset = 0;
+            if (body.compare(p, 3, " + ") == 0) {
+                p += 3;
+                size_t used = 0;
+                offset = std::stol(body.substr(p, 12), &used);
+                p += used;
+            }
+            if (body[p] != ')' && body[p] != ',') throw std::runtime_error("unexpected address in " + prefix);
+            any = true;
+            align = std::max(align, pat.width);
+            if (offset * elem_bytes % pat.width != 0) aligned_safe = false;
+        }
+    }
+    if (!any) return "";
+    return "qvn::PageCheck{" + std::to_string(n * 2 * elem_bytes) + ", " + std::to_string(aligned_safe ? align : 0) +
+           "}";
+}
+
 GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
     if (recipe.length != n) throw std::runtime_error("recipe length mismatch for " + std::to_string(n));
@@ -134,8 +178,9 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
     const std::string wide_access = quad_double ? "qvn::Unaligned512" : "qvn::Unaligned256";
-    // Bodies for any alignment: the 256-bit kernels load and store unaligned
-    // throughout, so they need no aligned twin.
+    // Bodies for any alignment: the wide kernels load and store unaligned
+    // throughout, so they need no aligned twin; their twin is the page-safe
+    // body where they have accesses wider than 128 bits.
     const bool two_bodies = !scalar && !avx;
 
     GeneratedFile file;
@@ -175,8 +220,39 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         kernels += "template <class Mem>\ninline void " + fn + "(const " + real + "* x, " + real + "* y, " + real +
                    " scale) {\n" + k.body + "}\n\n";
         std::string alias = fn + "Kernel";
-        const std::string bodies = avx ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
-                                              : fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>";
+        const std::string page_check =
+            avx ? PageCheckText(k.body, single ? 4 : 8, quad_double ? 64 : 32, n) : std::string();
+        // A 512-bit body safe on 64-byte-aligned arrays also gets a body of
+        // 256-bit halves for crossing arrays on a 32-byte boundary.
+        const std::string halves =
+            quad_double && page_check.ends_with(", 64}") ? ", " + fn + "<qvn::Halves512>" : std::string();
+        // Its own body in 128-bit pieces costs three inserts per load
+        // (measured 1.25-1.45x its whole-access time at N = 16 and 32).
+        // Up to 768 bytes (N <= 48) the crossing arrays off a 32-byte
+        // boundary take the two-per-__m256d body in 128-bit pieces instead
+        // (1.1-1.25x); beyond, the one split load and store of the first
+        // body cost less than either (N = 52, 53, 60, 64: first body
+        // 1.04-1.15x, pair body 1.2-1.3x), so the first body serves them.
+        if (quad_double && !page_check.empty() && halves.empty())
+            throw std::runtime_error("512-bit body of length " + std::to_string(n) +
+                                     " is not safe on 64-byte-aligned arrays: no page-safe body for it");
+        const bool pair_twin = !halves.empty() && n <= 48;
+        if (pair_twin) {
+            const KernelText pair =
+                EmitPaired(KernelInput{dag, y, n, forward ? "kForwardPairConstants" : "kInversePairConstants"},
+                           AvxPairDouble());
+            if (!pair.constants.empty()) kernels += pair.constants + "\n";
+            kernels += "template <class Mem>\ninline void " + fn + "Pair(const " + real + "* x, " + real + "* y, " +
+                       real + " scale) {\n" + pair.body + "}\n\n";
+        }
+        const std::string safe_body = !halves.empty() && n > 48 ? fn + "<" + wide_access + ">"
+                                      : pair_twin                ? fn + "Pair<qvn::PageSafe256>"
+                                                                 : fn + "<qvn::PageSafe256>";
+        const std::string bodies = !avx ? fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>"
+                                   : page_check.empty()
+                                       ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
+                                       : fn + "<" + wide_access + ">, " + safe_body + ", " + page_check +
+                                             halves;
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
                    ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
         entries += "QVN_DEFINE_COMPLEX_ENTRY(" + export_name + ", " + alias + ")\n";
@@ -186,9 +262,13 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                 "// Complex DFT, N = " + std::to_string(n) + ", " + (single ? "single" : "double") +
                 " precision (" + layout + ").\n"
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
+                (quad_double && n <= 48 ? "// ForwardPair, InversePair: the same DAG two complex values per __m256d, in\n"
+                                          "// 128-bit accesses for arrays that cross a 4 KB page off a 32-byte boundary.\n"
+                                        : "") +
                 (avx || vector_double_products ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/complex_entry.h\"\n" +
-                (quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
+                (quad_double && n <= 48 ? "#include \"frame/avx512_complex_access.h\"\n#include \"frame/avx_complex_access.h\"\n\n"
+                 : quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
                  : avx       ? "#include \"frame/avx_complex_access.h\"\n\n"
                              : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"

@@ -147,11 +147,11 @@ public:
     }
     std::string LoadLow(const std::string& address, int count) const override {
         if (count == 4) return "Mem::Load(" + address + ")";
-        return "qvn::LoadComplexesLow512<" + std::to_string(count) + ">(" + address + ")";
+        return "qvn::LoadComplexesLow512<" + std::to_string(count) + ", Mem>(" + address + ")";
     }
     std::string StoreLow(const std::string& address, int count, const std::string& value) const override {
         if (count == 4) return "Mem::Store(" + address + ", " + value + ");";
-        return "qvn::StoreComplexesLow512<" + std::to_string(count) + ">(" + address + ", " + value + ");";
+        return "qvn::StoreComplexesLow512<" + std::to_string(count) + ", Mem>(" + address + ", " + value + ");";
     }
     bool MaskedOps() const override { return true; }
     std::string MaskedCall(const char* name, const std::string& src, const std::vector<bool>& slots,

@@ -949,7 +949,7 @@ private:
                 const int off_lo = rec_.instrs[lo].store_offset, off_hi = rec_.instrs[hi].store_offset;
                 if (off_hi == off_lo + 4) {
                     ++prog_.census.stores;
-                    prog_.Add(Program::Kind::kStore, "_mm256_storeu_ps(y + " + std::to_string(off_lo) + ", " + name + ");",
+                    prog_.Add(Program::Kind::kStore, "Mem::Store(y + " + std::to_string(off_lo) + ", " + name + ");",
                               {instr});
                 } else {
                     prog_.census.stores += 2;

@@ -274,6 +274,62 @@ void CheckGuardPages(const Entry& e) {
     }
 }
 
+// Arrays that cross a 4 KB page boundary, starting `delta` bytes before it
+// for every multiple of 16 (and 8, 24, 40, 56) that makes them cross: the
+// wide builds send such calls to bodies that move the same values in 128-bit
+// pieces or 256-bit halves, chosen by the arrays' alignment, so every
+// combination must give the bits of an aligned call that crosses nothing.
+template <class Elem>
+void CheckPageCrossing(const Entry& e) {
+    constexpr std::size_t kPage = 4096;
+    const std::size_t bytes = e.n * sizeof(Elem);
+    const std::vector<Elem> input = RandomSignal<Elem>(e.n, 6000u + e.n);
+    std::vector<std::size_t> deltas = {8, 24, 40, 56};
+    for (std::size_t d = 16; d < bytes; d += 16) deltas.push_back(d);
+    std::erase_if(deltas, [&](std::size_t d) { return d >= bytes; });
+
+    qvntest::AlignedBlock srcBlock = qvntest::AllocateAligned64(4 * kPage);
+    qvntest::AlignedBlock dstBlock = qvntest::AllocateAligned64(4 * kPage);
+    const auto boundary = [](unsigned char* block) {
+        const auto p = reinterpret_cast<std::uintptr_t>(block) + kPage;
+        return block + ((kPage - p % kPage) % kPage) + kPage;
+    };
+    unsigned char* const srcPage = boundary(srcBlock.get());
+    unsigned char* const dstPage = boundary(dstBlock.get());
+    const auto at = [](unsigned char* page, std::size_t delta) { return reinterpret_cast<Elem*>(page - delta); };
+    // Out-of-place calls must leave the destination's neighbours alone.
+    const auto neighboursIntact = [&](std::size_t delta) {
+        for (std::size_t i = 0; i < 2 * kPage; ++i) {
+            const unsigned char* b = dstPage - kPage + i;
+            const bool inside = b >= dstPage - delta && b < dstPage - delta + bytes;
+            if (!inside && *b != 0x5A) return false;
+        }
+        return true;
+    };
+
+    for (int32_t flag : kValidFlags) {
+        SCOPED_TRACE(testing::Message() << "flag " << flag);
+        Array<Elem> src(input), want(e.n);
+        ASSERT_EQ(Call(e, src.data(), want.data(), flag), kStatusOk);
+        for (std::size_t delta : deltas) {
+            // (source delta, destination delta); 0 is page aligned, crossing nothing.
+            const std::size_t other = delta + 16 < bytes ? delta + 16 : delta;
+            const std::size_t pairs[][2] = {{delta, 0}, {0, delta}, {delta, delta}, {delta, other}, {other, delta}};
+            for (const auto& [sd, dd] : pairs) {
+                std::memset(dstPage - kPage, 0x5A, 2 * kPage);
+                std::memcpy(at(srcPage, sd), input.data(), bytes);
+                ASSERT_EQ(Call(e, at(srcPage, sd), at(dstPage, dd), flag), kStatusOk);
+                EXPECT_TRUE(SameBits(at(dstPage, dd), want.data(), e.n))
+                    << "src " << sd << " and dst " << dd << " bytes before a page";
+                EXPECT_TRUE(neighboursIntact(dd)) << "write outside the destination " << dd << " bytes before a page";
+            }
+            std::memcpy(at(dstPage, delta), input.data(), bytes);
+            ASSERT_EQ(Call(e, at(dstPage, delta), at(dstPage, delta), flag), kStatusOk);
+            EXPECT_TRUE(SameBits(at(dstPage, delta), want.data(), e.n)) << "in place " << delta << " bytes before a page";
+        }
+    }
+}
+
 // Forward then inverse restores the input for the flag pairs whose scales
 // multiply to 1/N; without scaling the input comes back multiplied by N.
 template <class Elem>
@@ -310,6 +366,7 @@ TEST_P(ComplexDft, FlagScalesUnscaledResultExactly) { QVNT_RUN(CheckScaleIsLastS
 TEST_P(ComplexDft, BadArgumentsRejectedWithoutWriting) { QVNT_RUN(CheckBadArguments); }
 TEST_P(ComplexDft, InPlaceAndMisalignedAreBitIdentical) { QVNT_RUN(CheckPlacement); }
 TEST_P(ComplexDft, StaysInsideGuardPages) { QVNT_RUN(CheckGuardPages); }
+TEST_P(ComplexDft, PageCrossingArraysAreBitIdentical) { QVNT_RUN(CheckPageCrossing); }
 TEST_P(ComplexDftForward, RoundTripRestoresInput) { QVNT_RUN(CheckRoundTrip); }
 
 std::string EntryName(const testing::TestParamInfo<int>& info) { return kEntries[info.param].name; }
