@@ -282,8 +282,8 @@ GeneratedFile ComplexDftFile(int n, bool single, Isa isa) {
     return BuildFile(n, single, single ? row.single : row.dbl, isa);
 }
 
-std::string ExploreComplexDft(int n, bool single, const std::string& recipe) {
-    return BuildFile(n, single, recipe, Isa::kX86_64).census;
+std::string ExploreComplexDft(int n, bool single, const std::string& recipe, Isa isa) {
+    return BuildFile(n, single, recipe, isa).census;
 }
 
 }  // namespace gen

@@ -20,8 +20,9 @@ GeneratedFile ComplexDftFile(int n, bool single, Isa isa);
 // Initialiser text of a qvn::ScaleSet: 1, 1/N, 1/sqrt(N) of the element type.
 std::string ScaleSetText(int n, ElemType type);
 
-// Census of the forward kernel for a recipe other than the table's: for
-// trying schemes out before changing the table.
-std::string ExploreComplexDft(int n, bool single, const std::string& recipe);
+// Census of both kernels for a recipe other than the table's, as the given
+// target's emitters would write them: for trying schemes out before changing
+// the table.
+std::string ExploreComplexDft(int n, bool single, const std::string& recipe, Isa isa = Isa::kX86_64);
 
 }  // namespace gen

@@ -1,6 +1,8 @@
 // qvngen-gen: writes the generated kernels of the library.
 //   qvngen-gen [--isa TARGET] FAMILY OUTDIR   kernels and census of one family
 //                                              for one instruction set (see Usage)
+//   qvngen-gen [--isa TARGET] explore ...     census of another scheme than the
+//                                              table's, for that instruction set
 // Files are rewritten only when their text changes, so the build recompiles
 // just the kernels a generator change touched. Output is deterministic.
 #include <cstdio>
@@ -33,35 +35,16 @@ void WriteIfChanged(const std::filesystem::path& path, const std::string& text) 
 int Usage() {
     std::fprintf(stderr,
                  "usage: qvngen-gen [--isa x86-64|x86-64-v3|x86-64-v4] complex-dft|dft-real|hartley|wht|dct4 OUTDIR\n"
-                 "       qvngen-gen explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n"
-                 "       qvngen-gen explore-real N 32f|64f FORWARD INVERSE HARTLEY\n");
+                 "       qvngen-gen [--isa TARGET] explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n"
+                 "       qvngen-gen [--isa TARGET] explore-real N 32f|64f FORWARD INVERSE HARTLEY\n");
     return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 5 && std::string(argv[1]) == "explore") {
-        try {
-            std::printf("%s", gen::ExploreComplexDft(std::atoi(argv[2]), std::string(argv[3]) == "32fc", argv[4]).c_str());
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
-            return 1;
-        }
-        return 0;
-    }
-    if (argc == 7 && std::string(argv[1]) == "explore-real") {
-        try {
-            std::printf("%s", gen::ExploreReal(std::atoi(argv[2]), std::string(argv[3]) == "32f", argv[4], argv[5],
-                                               argv[6]).c_str());
-        } catch (const std::exception& e) {
-            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
-            return 1;
-        }
-        return 0;
-    }
     gen::Isa isa = gen::Isa::kX86_64;
-    if (argc == 5 && std::string(argv[1]) == "--isa") {
+    if (argc >= 3 && std::string(argv[1]) == "--isa") {
         try {
             isa = gen::ParseIsa(argv[2]);
         } catch (const std::exception& e) {
@@ -70,6 +53,18 @@ int main(int argc, char** argv) {
         }
         argv += 2;
         argc -= 2;
+    }
+    if ((argc == 5 && std::string(argv[1]) == "explore") || (argc == 7 && std::string(argv[1]) == "explore-real")) {
+        try {
+            const int n = std::atoi(argv[2]);
+            const std::string prec = argv[3];
+            std::printf("%s", argc == 5 ? gen::ExploreComplexDft(n, prec == "32fc", argv[4], isa).c_str()
+                                        : gen::ExploreReal(n, prec == "32f", argv[4], argv[5], argv[6], isa).c_str());
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
+            return 1;
+        }
+        return 0;
     }
     if (argc != 3) return Usage();
     const std::string family = argv[1];
