@@ -9,6 +9,7 @@ namespace gen {
 std::string RealCensus::Text() const {
     std::string s = std::to_string(adds) + " add, " + std::to_string(muls) + " mul";
     if (shuffles > 0) s += ", " + std::to_string(shuffles) + " shuffle";
+    if (bitwise > 0) s += " (" + std::to_string(bitwise) + " of them blends or sign flips)";
     if (converts > 0) s += ", " + std::to_string(converts) + " cvt";
     return s + ", " + std::to_string(loads) + " load, " + std::to_string(stores) + " store";
 }

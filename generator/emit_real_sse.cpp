@@ -152,7 +152,9 @@ private:
     int LoadOne(int node) {
         ++census_.loads;
         const std::string expr = Single() ? "_mm_load_ss(" + Src(node) + ")" : "_mm_load_sd(" + Src(node) + ")";
-        return NewVec(NaturalForm(node), expr, {}, node, -1, Program::Kind::kLoad);
+        Desc desc;
+        desc.op = RealVecOp::kLoadOne, desc.l0 = dag_.at(node).index;
+        return NewVec(NaturalForm(node), expr, {}, node, -1, Program::Kind::kLoad, Program::kFollowUsers, desc);
     }
 
     // Some vector of form `f` holding `node`, and the lane.
@@ -190,8 +192,10 @@ private:
         if (!Single() && IsLoad(lo) && IsLoad(hi) && !where_[f].count(lo) && !where_[f].count(hi)) {
             // Two loads from anywhere: the second goes straight to lane 1.
             census_.loads += 2;
+            Desc desc;
+            desc.op = RealVecOp::kLoadApart, desc.l0 = dag_.at(lo).index, desc.l1 = dag_.at(hi).index;
             return NewVec(f, "_mm_loadh_pd(_mm_load_sd(" + Src(lo) + "), " + Src(hi) + ")", {}, lo, hi,
-                          Program::Kind::kLoad);
+                          Program::Kind::kLoad, Program::kFollowUsers, desc);
         }
         auto [v1, l1] = Locate(lo, f);
         auto [v2, l2] = Locate(hi, f);

@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <tuple>
@@ -77,12 +78,34 @@ private:
     bool Single() const { return rec_.single; }
     const RealVecInstr& At(int i) const { return rec_.instrs[i]; }
 
-    static bool Fusable(RealVecOp op) { return op != RealVecOp::kOther && op != RealVecOp::kLoadTwo; }
+    static bool Fusable(RealVecOp op) {
+        return op != RealVecOp::kOther && op != RealVecOp::kLoadOne && op != RealVecOp::kLoadTwo &&
+               op != RealVecOp::kLoadApart;
+    }
 
     // Two loads of neighbouring pairs: one load of four.
     bool LoadsJoin(int a, int b) const {
         return At(a).op == RealVecOp::kLoadTwo && At(b).op == RealVecOp::kLoadTwo &&
                rec_.sources_adjacent(At(a).lane[0] + 1, At(b).lane[0]);
+    }
+
+    // The input slots of a two-lane value that holds two loaded inputs and
+    // nothing else: a load of neighbours, two loads from anywhere, or (in
+    // single precision) the unpack of two single loads.
+    std::optional<std::pair<int, int>> LoadedSlots(int i) const {
+        const RealVecInstr& r = At(i);
+        switch (r.op) {
+            case RealVecOp::kLoadTwo: return std::make_pair(r.lane[0], r.lane[0] + 1);
+            case RealVecOp::kLoadApart: return std::make_pair(r.lane[0], r.lane[1]);
+            case RealVecOp::kTakePs: {
+                const RealVecInstr& a = At(r.operands[0]);
+                const RealVecInstr& b = At(r.operands[1]);
+                if (r.lane[0] != 0 || r.lane[1] != 0) return std::nullopt;
+                if (a.op != RealVecOp::kLoadOne || b.op != RealVecOp::kLoadOne) return std::nullopt;
+                return std::make_pair(a.lane[0], b.lane[0]);
+            }
+            default: return std::nullopt;
+        }
     }
 
     // ---- Which instructions become one.
@@ -383,6 +406,26 @@ private:
             ++census_.loads;
             const std::string expr = std::string(narrow ? "_mm_loadu_ps" : "_mm256_loadu_pd") + "(x + (" +
                                      rec_.source(At(a).lane[0]) + "))";
+            const int id = prog_.Add(Program::Kind::kLoad,
+                                     "const " + std::string(narrow ? "__m128" : "__m256d") + " " + name + " = " + expr + ";", {});
+            loads_.push_back(id);
+            return joined_[{a, b}] = {id, name};
+        }
+        if (auto low = LoadedSlots(a), high = LoadedSlots(b); low && high) {
+            // Four loaded inputs: loaded straight into their lanes (broadcasts
+            // and blends), so that the join costs no shuffle.
+            auto at = [&](int slot) { return "x + (" + rec_.source(slot) + ")"; };
+            const bool pairs = At(a).op == RealVecOp::kLoadTwo && At(b).op == RealVecOp::kLoadTwo;
+            std::string expr;
+            if (pairs) {
+                census_.loads += 2, ++census_.shuffles, ++census_.bitwise;
+                expr = std::string(narrow ? "qvn::GatherFloatPairs(" : "qvn::GatherDoublePairs(") + at(low->first) +
+                       ", " + at(high->first) + ")";
+            } else {
+                census_.loads += 4, census_.shuffles += 3, census_.bitwise += 3;
+                expr = std::string(narrow ? "qvn::GatherFloats(" : "qvn::GatherDoubles(") + at(low->first) + ", " +
+                       at(low->second) + ", " + at(high->first) + ", " + at(high->second) + ")";
+            }
             const int id = prog_.Add(Program::Kind::kLoad,
                                      "const " + std::string(narrow ? "__m128" : "__m256d") + " " + name + " = " + expr + ";", {});
             loads_.push_back(id);

@@ -29,7 +29,9 @@ enum class RealVecOp {
     kShufPd,     // (a[lane[0]], b[lane[1]]), double lanes
     kShufPs,     // (a[lane[0]], a[lane[1]]), float lanes, one source
     kTakePs,     // (a[lane[0]], b[lane[1]]), float lanes, two sources
+    kLoadOne,    // input slot lane[0] in lane 0
     kLoadTwo,    // input slots lane[0] and lane[0] + 1, neighbours in memory
+    kLoadApart,  // input slots lane[0] and lane[1], from anywhere
     kStoreTwo,   // both lanes, scaled (lanes in `neg` as 0 - s * v), to `element`
 };
 
