@@ -65,23 +65,28 @@ struct RealPairing {
     bool from_stores = false;         // pairs down from neighbouring outputs
 };
 
-// The same arithmetic with two operations per SSE2 instruction where they
-// pair (emit_real_sse.cpp): bit-identical to EmitReal's body. Constant
-// vectors go to a table named `table`.
-RealKernelText EmitRealSse(const RealKernelInput& in, const std::string& table, const RealPairing& pairing);
 
 // How the 256-bit emitter chooses which two-lane instructions become one
 // (emit_real_wide.cpp): a pair whose operands already sit side by side in
 // wide vectors scores 2 per operand, one whose operands are both loads 1.
 struct RealFusion {
     int min_score;  // least score of a fused add or subtract
+    // AVX-512VL's two-source permute (vpermt2ps): float lanes taken from two
+    // vectors in any order with one shuffle (x86-64-v4).
+    bool two_source_permutes = false;
+    // Unfused instructions whose operands all lie in high halves done there
+    // at full width rather than after moving the operands down.
+    bool in_place = false;
 };
 
-// The packed SSE2 body with pairs of its two-lane instructions fused into
-// one instruction of four lanes: four floats in a __m128 and four doubles
-// in a __m256d (x86-64-v3 and up). Bit-identical to EmitRealSse's body.
-RealKernelText EmitRealWide(const RealKernelInput& in, const std::string& table, const RealPairing& pairing,
-                            const RealFusion& fusion);
+// The same arithmetic with two operations per SSE2 instruction where they
+// pair (emit_real_sse.cpp), then for each of `fusions` that body with pairs
+// of its two-lane instructions fused into one instruction of four lanes:
+// four floats in a __m128 and four doubles in a __m256d (x86-64-v3 and up).
+// All bit-identical to EmitReal's body. Constant vectors go to a table
+// named `table`.
+std::vector<RealKernelText> EmitRealPacked(const RealKernelInput& in, const std::string& table,
+                                           const RealPairing& pairing, const std::vector<RealFusion>& fusions);
 struct RealSseRecording;
 RealKernelText FuseRealPairs(const RealSseRecording& rec, const std::string& table, const RealFusion& fusion);
 

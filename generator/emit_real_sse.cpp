@@ -579,15 +579,12 @@ private:
 
 }  // namespace
 
-RealKernelText EmitRealSse(const RealKernelInput& in, const std::string& table, const RealPairing& pairing) {
-    return RealSseEmitter(in, table, pairing).Run();
-}
-
-RealKernelText EmitRealWide(const RealKernelInput& in, const std::string& table, const RealPairing& pairing,
-                            const RealFusion& fusion) {
+std::vector<RealKernelText> EmitRealPacked(const RealKernelInput& in, const std::string& table,
+                                           const RealPairing& pairing, const std::vector<RealFusion>& fusions) {
     RealSseEmitter pair(in, table, pairing);
-    pair.Run();
-    return FuseRealPairs(pair.recording(), table, fusion);
+    std::vector<RealKernelText> bodies{pair.Run()};
+    for (const RealFusion& fusion : fusions) bodies.push_back(FuseRealPairs(pair.recording(), table, fusion));
+    return bodies;
 }
 
 }  // namespace gen

@@ -40,6 +40,7 @@ public:
         low_.assign(count, false);
         new_.assign(count, -1);
         split_.assign(count, -1);
+        in_high_.assign(count, false);
         Pair();
         struct Store {
             std::string text;
@@ -49,7 +50,7 @@ public:
         for (int i = 0; i < count; ++i) {
             const RealVecInstr& r = rec_.instrs[i];
             if (r.kind != Program::Kind::kStore) continue;
-            if (r.op == RealVecOp::kStoreTwo && partner_[r.operands[0]] >= 0) {
+            if (r.op == RealVecOp::kStoreTwo && (partner_[r.operands[0]] >= 0 || IsHigh(r.operands[0]))) {
                 stores.push_back(StoreHalf<Store>(r));
                 continue;
             }
@@ -203,6 +204,33 @@ private:
 
     // ---- Emission.
 
+    static std::string TwoSourcePermute(const std::string& p, const std::string& q, const std::vector<int>& lanes) {
+        std::string idx;
+        for (int l : lanes) idx += (idx.empty() ? "" : ", ") + std::to_string(l);
+        return "_mm_permutex2var_ps(" + p + ", _mm_setr_epi32(" + idx + "), " + q + ")";
+    }
+
+    // (a[i], b[j]) in the two low float lanes, a and b possibly one vector,
+    // lanes 0-3: the expression and its shuffles (of them, blends). The SSE2
+    // body has unpacks, movss and two-shuffle takes of the low lanes; here
+    // SSE4.1's blend and insertps, and on x86-64-v4 vpermt2ps, do the rest
+    // with one instruction, and a value in a fused vector's high half is
+    // read in place.
+    std::tuple<std::string, int, int> TakeTwo(const std::string& a, int i, const std::string& b, int j) const {
+        auto n = [](int v) { return std::to_string(v); };
+        if (a == b) {
+            if (i == 0 && j == 1) return {a, 0, 0};
+            return {"_mm_permute_ps(" + a + ", _MM_SHUFFLE(3, 2, " + n(j) + ", " + n(i) + "))", 1, 0};
+        }
+        if (i == 0 && j == 0) return {"_mm_unpacklo_ps(" + a + ", " + b + ")", 1, 0};
+        if (i == 2 && j == 2) return {"_mm_unpackhi_ps(" + a + ", " + b + ")", 1, 0};
+        if (i == 0 && j == 1) return {"_mm_blend_ps(" + a + ", " + b + ", 2)", 1, 1};
+        if (i == 0) return {"_mm_insert_ps(" + a + ", " + b + ", " + n(j << 6 | 1 << 4) + ")", 1, 0};
+        if (j == 1) return {"_mm_insert_ps(" + b + ", " + a + ", " + n(i << 6) + ")", 1, 0};
+        if (fusion_.two_source_permutes) return {TwoSourcePermute(a, b, {i, 4 + j, 2, 3}), 1, 0};
+        return {"qvn::TakeLanes<" + n(i) + ", " + n(j) + ">(" + a + ", " + b + ")", 2, 0};
+    }
+
     void Count(const RealCensus& c) {
         census_.adds += c.adds, census_.muls += c.muls, census_.shuffles += c.shuffles;
         census_.converts += c.converts, census_.loads += c.loads, census_.stores += c.stores;
@@ -220,22 +248,96 @@ private:
         return out;
     }
 
-    std::string WideName(int i) const { return "w" + At(low_[i] ? i : partner_[i]).name.substr(1); }
+    std::string WideName(int i) const {
+        return "w" + At(partner_[i] < 0 || low_[i] ? i : partner_[i]).name.substr(1);
+    }
+
+    // Whether recorded value i lies in the high half of a wide vector:
+    // fused as the high one of a pair, or computed in place there.
+    bool IsHigh(int i) {
+        if (partner_[i] >= 0) return !low_[i];
+        New(i);
+        return in_high_[i];
+    }
     const char* WideType(int i) const { return Single() && !At(i).wide ? "__m128" : "__m256d"; }
     const char* HalfType(int i) const { return Single() && !At(i).wide ? "__m128" : "__m128d"; }
+
+    // An unfused instruction whose operands all lie in high halves is done
+    // there, four lanes wide: the low lanes carry the other halves' values
+    // along, unused, and no operand needs moving down. Its value is then the
+    // high half of its own wide vector.
+    bool InPlace(int i) {
+        const RealVecInstr& r = At(i);
+        if (!fusion_.in_place || r.kind != Program::Kind::kCompute) return false;
+        switch (r.op) {
+            case RealVecOp::kAdd: case RealVecOp::kSub: case RealVecOp::kAddFlip: case RealVecOp::kMul:
+            case RealVecOp::kCvtWide: case RealVecOp::kCvtNarrow: case RealVecOp::kShufPd: break;
+            default: return false;
+        }
+        for (int o : r.operands)
+            if (!IsHigh(o)) return false;
+        std::vector<int> deps;
+        std::vector<std::string> w;
+        for (int o : r.operands) {
+            deps.push_back(New(o));
+            w.push_back(WideName(o));
+        }
+        const bool narrow = Single() && !At(r.operands[0]).wide;
+        const std::string ps = narrow ? "_mm_" : "_mm256_", sfx = narrow ? "_ps(" : "_pd(";
+        std::string expr;
+        switch (r.op) {
+            case RealVecOp::kAdd: expr = ps + "add" + sfx + w[0] + ", " + w[1] + ")"; break;
+            case RealVecOp::kSub: expr = ps + "sub" + sfx + w[0] + ", " + w[1] + ")"; break;
+            case RealVecOp::kAddFlip:
+                expr = ps + "add" + sfx + w[0] + ", " + ps + "xor" + sfx + w[1] + ", " +
+                       Mask(narrow, {false, false, r.neg[0], r.neg[1]}) + "))";
+                break;
+            case RealVecOp::kMul:
+                expr = "_mm256_mul_pd(" + w[0] + ", " + consts4_.Ref({r.c[0], r.c[1], r.c[0], r.c[1]}) + ")";
+                break;
+            case RealVecOp::kCvtWide: expr = "_mm256_cvtps_pd(" + w[0] + ")"; break;
+            case RealVecOp::kCvtNarrow: expr = "_mm256_cvtpd_ps(" + w[0] + ")"; break;
+            default:  // kShufPd
+                expr = "_mm256_shuffle_pd(" + w[0] + ", " + w[1] + ", " + std::to_string(r.lane[0] << 2 | r.lane[1] << 3) + ")";
+        }
+        Count(r.census);
+        in_high_[i] = true;
+        new_[i] = prog_.Add(Program::Kind::kCompute,
+                            Comments(r.text) + "const " + WideType(i) + " " + WideName(i) + " = " + expr + ";", deps,
+                            r.position);
+        return true;
+    }
 
     // The program instruction of recorded instruction i (of its fused pair).
     int New(int i) {
         if (new_[i] >= 0) return new_[i];
         const RealVecInstr& r = At(i);
         if (partner_[i] < 0) {
+            if (InPlace(i)) return new_[i];
             std::vector<int> deps;
-            for (int o : r.operands) deps.push_back(Half(o));
             std::string text = r.text;
+            RealCensus census = r.census;
+            if (r.op == RealVecOp::kTakePs || r.op == RealVecOp::kShufPs) {
+                // Float lanes, each source read in place in its wide vector
+                // (two halves of one vector are then one source).
+                std::vector<std::pair<std::string, int>> from;  // vector, lane of the value's lane 0
+                for (int o : r.operands) {
+                    const bool high = IsHigh(o), in_wide = high || partner_[o] >= 0;
+                    deps.push_back(in_wide ? New(o) : Half(o));
+                    from.emplace_back(in_wide ? WideName(o) : At(o).name, high ? 2 : 0);
+                }
+                const auto& p = from.front();
+                const auto& q = from.back();
+                auto [expr, shuffles, blends] = TakeTwo(p.first, p.second + r.lane[0], q.first, q.second + r.lane[1]);
+                text = Comments(r.text) + "const __m128 " + r.name + " = " + expr + ";";
+                census.shuffles = shuffles, census.bitwise = blends;
+            } else {
+                for (int o : r.operands) deps.push_back(Half(o));
+            }
             if (r.op == RealVecOp::kMul)
                 text = Comments(r.text) + "const __m128d " + r.name + " = _mm_mul_pd(" + At(r.operands[0]).name + ", " +
                        consts2_.Ref({r.c[0], r.c[1]}) + ");";
-            Count(r.census);
+            Count(census);
             new_[i] = prog_.Add(r.kind, text, deps, r.position);
             if (r.kind == Program::Kind::kLoad) loads_.push_back(new_[i]);
             return new_[i];
@@ -288,8 +390,15 @@ private:
                 break;
             case RealVecOp::kTakePs: {
                 // (x0[a0], x1[a1], x0[2 + b0], x1[2 + b1]): each source's lanes
-                // moved into place, then one blend.
+                // moved into place, then one blend; or one two-source permute
+                // where both sources would need moving.
                 std::string p = x[0], q = x[1];
+                const bool move_p = a.lane[0] != 0 || b.lane[0] != 0, move_q = a.lane[1] != 1 || b.lane[1] != 1;
+                if (move_p && move_q && fusion_.two_source_permutes) {
+                    ++census_.shuffles;
+                    expr = TwoSourcePermute(p, q, {a.lane[0], 4 + a.lane[1], 2 + b.lane[0], 6 + b.lane[1]});
+                    break;
+                }
                 if (a.lane[0] != 0 || b.lane[0] != 0) {
                     ++census_.shuffles;
                     p = "_mm_permute_ps(" + p + ", " + Lanes(2 + b.lane[0], 2 + b.lane[0], a.lane[0], a.lane[0]) + ")";
@@ -321,7 +430,7 @@ private:
     template <class Store>
     Store StoreHalf(const RealVecInstr& r) {
         const int o = r.operands[0];
-        const bool high = !low_[o];
+        const bool high = IsHigh(o);
         const bool narrow = Single() && !r.wide;
         const std::string signs = std::string(r.neg[0] ? "n" : "p") + (r.neg[1] ? "n" : "p");
         const std::string w = WideName(o);
@@ -379,19 +488,32 @@ private:
 
     // The instruction defining the two-lane name of recorded value i.
     int Half(int i) {
-        if (partner_[i] < 0) return New(i);
+        if (!IsHigh(i) && partner_[i] < 0) return New(i);
         if (split_[i] >= 0) return split_[i];
         const int wide = New(i);
         const std::string w = WideName(i);
+        const bool low = !IsHigh(i);
         std::string expr;
         if (Single() && !At(i).wide) {
-            expr = low_[i] ? w : "_mm_movehl_ps(" + w + ", " + w + ")";
+            expr = low ? w : "_mm_movehl_ps(" + w + ", " + w + ")";
         } else {
-            expr = low_[i] ? "_mm256_castpd256_pd128(" + w + ")" : "_mm256_extractf128_pd(" + w + ", 1)";
+            expr = low ? "_mm256_castpd256_pd128(" + w + ")" : "_mm256_extractf128_pd(" + w + ", 1)";
         }
-        if (!low_[i]) ++census_.shuffles;
+        if (!low) ++census_.shuffles;
         return split_[i] = prog_.Add(Program::Kind::kCompute,
                                      "const " + std::string(HalfType(i)) + " " + At(i).name + " = " + expr + ";", {wide});
+    }
+
+    // Where recorded value i can be read without moving it: its two-lane
+    // vector, or the high half of a wide one.
+    struct Where {
+        int instr;
+        std::string name;
+        bool high;
+    };
+    Where Locate(int i) {
+        if (IsHigh(i)) return {New(i), WideName(i), true};
+        return {Half(i), At(i).name, false};
     }
 
     // A wide vector holding value a low and value b high.
@@ -431,12 +553,26 @@ private:
             loads_.push_back(id);
             return joined_[{a, b}] = {id, name};
         }
-        const int ha = Half(a), hb = Half(b);
+        // Each value read where it is: a high half in place, so that the
+        // join is one shuffle (or a blend) however the halves lie.
+        const Where wa = Locate(a), wb = Locate(b);
+        const std::string lo = wa.high || narrow ? wa.name : "_mm256_castpd128_pd256(" + wa.name + ")";
+        const std::string hi = wb.high || narrow ? wb.name : "_mm256_castpd128_pd256(" + wb.name + ")";
         ++census_.shuffles;
-        const std::string expr = narrow ? "_mm_movelh_ps(" + na + ", " + nb + ")" : "_mm256_set_m128d(" + nb + ", " + na + ")";
+        std::string expr;
+        if (!wa.high && wb.high) {
+            ++census_.bitwise;
+            expr = narrow ? "_mm_blend_ps(" + lo + ", " + hi + ", 12)" : "_mm256_blend_pd(" + lo + ", " + hi + ", 12)";
+        } else if (!wa.high) {
+            expr = narrow ? "_mm_movelh_ps(" + na + ", " + nb + ")" : "_mm256_set_m128d(" + nb + ", " + na + ")";
+        } else if (narrow) {
+            expr = "_mm_shuffle_ps(" + lo + ", " + hi + ", " + (wb.high ? "_MM_SHUFFLE(3, 2, 3, 2)" : "_MM_SHUFFLE(1, 0, 3, 2)") + ")";
+        } else {
+            expr = "_mm256_permute2f128_pd(" + lo + ", " + hi + ", " + (wb.high ? "0x31" : "0x21") + ")";
+        }
         const int id = prog_.Add(Program::Kind::kCompute,
                                  "const " + std::string(narrow ? "__m128" : "__m256d") + " " + name + " = " + expr + ";",
-                                 {ha, hb});
+                                 {wa.instr, wb.instr});
         return joined_[{a, b}] = {id, name};
     }
 
@@ -487,6 +623,7 @@ private:
     std::vector<int> partner_;
     std::vector<bool> low_;
     std::vector<int> new_, split_;
+    std::vector<bool> in_high_;  // unfused, computed in place in a high half
     std::vector<int> loads_;  // program instructions that load
     std::map<std::pair<int, int>, std::pair<int, std::string>> joined_;
     std::map<std::string, std::pair<std::string, std::string>> masks_;  // and the wide scales

@@ -96,10 +96,12 @@ RealKernelText Cheapest(const RealKernelInput& in, const std::string& table, Isa
     int best_cost = cost(scalar);
     for (RealPairing pairing : {RealPairing{false, 1}, RealPairing{false, 2}, RealPairing{true, 1}, RealPairing{true, 2},
                                 RealPairing{true, 1, true, true}, RealPairing{false, 1, true, true}}) {
-        std::vector<RealKernelText> bodies;
-        bodies.push_back(EmitRealSse(in, table, pairing));
+        std::vector<RealFusion> fusions;
         if (wide)
-            for (int min_score : {2, 3, 4}) bodies.push_back(EmitRealWide(in, table, pairing, RealFusion{min_score}));
+            for (int min_score : {2, 3, 4})
+                for (bool in_place : {false, true})
+                    fusions.push_back(RealFusion{min_score, isa == Isa::kX86_64_v4, in_place});
+        std::vector<RealKernelText> bodies = EmitRealPacked(in, table, pairing, fusions);
         for (RealKernelText& body : bodies)
             if (cost(body.census) < best_cost) {
                 best_cost = cost(body.census);
