@@ -133,6 +133,7 @@ RealKernelText EmitReal(const RealKernelInput& in) {
     if (wide_scale) out.body += "    const double wide_scale = scale;\n";
     out.body += prog.Emit("    ");
     out.census = census;
+    out.critical_path = prog.CriticalPath();
     return out;
 }
 

@@ -49,6 +49,7 @@ struct RealKernelText {
     std::string constants;  // namespace-scope definitions (may be empty)
     std::string body;       // statements, indented by four spaces
     RealCensus census;
+    int critical_path = 0;  // cycles, as Program::CriticalPath estimates them
     bool packed = false;    // SSE2 vectors rather than scalars
     bool wide = false;      // four-lane instructions (AVX)
 };
@@ -70,6 +71,7 @@ struct RealPairing {
 // (emit_real_wide.cpp): a pair whose operands already sit side by side in
 // wide vectors scores 2 per operand, one whose operands are both loads 1.
 struct RealFusion {
+    bool fuse;      // false: no pairs, only the single-width rewrites below
     int min_score;  // least score of a fused add or subtract
     // AVX-512VL's two-source permute (vpermt2ps): float lanes taken from two
     // vectors in any order with one shuffle (x86-64-v4).

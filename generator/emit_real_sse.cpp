@@ -83,6 +83,7 @@ public:
         text.body += prog_.Emit("    ");
         text.constants = consts_.Definition();
         text.census = census_;
+        text.critical_path = prog_.CriticalPath();
         text.packed = true;
         return text;
     }

@@ -41,7 +41,7 @@ public:
         new_.assign(count, -1);
         split_.assign(count, -1);
         in_high_.assign(count, false);
-        Pair();
+        if (fusion_.fuse) Pair();
         struct Store {
             std::string text;
             std::vector<int> deps;
@@ -70,6 +70,7 @@ public:
         text.body = Prelude(body) + body;
         text.constants = consts2_.Definition() + consts4_.Definition();
         text.census = census_;
+        text.critical_path = prog_.CriticalPath();
         text.packed = true;
         text.wide = true;
         return text;

@@ -118,4 +118,44 @@ std::string Program::Emit(const std::string& indent, bool separate_output) const
     return out;
 }
 
+namespace {
+
+// Latency of one statement: its intrinsics in a row (a nested xor before an
+// add counts both). Constant loads inside a computation are off the chain.
+int StatementLatency(const std::string& text, Program::Kind kind) {
+    static const std::vector<std::pair<const char*, int>> kLatency = {
+        {"cvtps_pd", 5}, {"cvtpd_ps", 5}, {"_mul_", 4}, {"_add_", 3}, {"_sub_", 3},
+        {"extractf128", 3}, {"set_m128", 3}, {"insertf128", 3}, {"permute2f128", 3}, {"permutex2var", 3},
+        {"xor_", 1}, {"blend_", 1}, {"shuffle_", 1}, {"permute_", 1}, {"unpack", 1}, {"move", 1}, {"insert_ps", 1},
+        {"TakeLanes", 2}, {"Gather", 2},
+    };
+    int total = kind == Program::Kind::kLoad ? 5 : 0;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        const std::string line = text.substr(start, end - start);
+        start = end + 1;
+        if (line.compare(0, 2, "//") == 0) continue;
+        for (const auto& [name, cycles] : kLatency)
+            for (size_t at = line.find(name); at != std::string::npos; at = line.find(name, at + 1)) total += cycles;
+    }
+    return total;
+}
+
+}  // namespace
+
+int Program::CriticalPath() const {
+    std::vector<int> ready(instrs_.size(), 0);
+    int longest = 0;
+    for (size_t i = 0; i < instrs_.size(); ++i) {
+        int start = 0;
+        for (int d : instrs_[i].deps)
+            if (instrs_[d].kind != Kind::kLoad || instrs_[i].kind != Kind::kStore) start = std::max(start, ready[d]);
+        ready[i] = start + StatementLatency(instrs_[i].text, instrs_[i].kind);
+        longest = std::max(longest, ready[i]);
+    }
+    return longest;
+}
+
 }  // namespace gen

@@ -58,6 +58,11 @@ public:
     // Throws if a store precedes a load, unless the kernel's output never
     // aliases its input (`separate_output`).
     std::string Emit(const std::string& indent, bool separate_output = false) const;
+    // Cycles of the longest dependency chain, from each statement's
+    // intrinsics and typical x86 latencies (load 5, add 3, multiply 4,
+    // conversion 5, shuffle 1, one across 128-bit lanes 3): with the port
+    // count, what a body's time on one call is made of.
+    int CriticalPath() const;
     Census census;
 
 private:

@@ -226,4 +226,26 @@ TEST(Program, RefusesToStoreBeforeTheLastLoad) {
     EXPECT_THROW(bad.Emit(""), std::runtime_error);
 }
 
+// The body chooser weighs this against the port count, so a chain must add
+// up along its dependencies and parallel chains must not.
+TEST(Program, CriticalPathFollowsTheLongestChain) {
+    using Kind = gen::Program::Kind;
+    gen::Program p;
+    const int x = p.Add(Kind::kLoad, "const __m128 x = _mm_loadu_ps(src);", {});
+    const int y = p.Add(Kind::kLoad, "const __m128 y = qvn::GatherFloats(src, src + 3, src + 5, src + 7);", {});
+    // 5 (load) + 3 (add) + 1 (xor inside the add) = 9
+    const int s = p.Add(Kind::kCompute, "// a comment naming _mm_mul_pd is no work\nconst __m128 s = _mm_add_ps(x, _mm_xor_ps(x, m));", {x});
+    // 9 + 5 (widen) + 4 (multiply by a table constant, whose load is off the chain) + 5 (narrow) = 23
+    const int w = p.Add(Kind::kCompute, "const __m128 w = _mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtps_pd(s), _mm256_load_pd(kC)));", {s});
+    EXPECT_EQ(p.CriticalPath(), 23);
+    // A parallel chain from the gather: 5 + 2 + 3 + 3 = 13, shorter.
+    const int t = p.Add(Kind::kCompute, "const __m128 t = _mm_sub_ps(y, y);", {y});
+    const int u = p.Add(Kind::kCompute, "const __m128 u = _mm_add_ps(t, t);", {t});
+    EXPECT_EQ(p.CriticalPath(), 23);
+    // Joining both: 23 + 3 for the sum, and a store with its scaling product 4.
+    const int j = p.Add(Kind::kCompute, "const __m128 j = _mm_add_ps(w, u);", {w, u});
+    p.Add(Kind::kStore, "qvn::StoreTwoFloats(dst, _mm_mul_ps(j, nscale));", {j, x, y});
+    EXPECT_EQ(p.CriticalPath(), 30);
+}
+
 }  // namespace
