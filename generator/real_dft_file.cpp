@@ -86,20 +86,27 @@ int PortCycles(const RealCensus& c) {
 // one (all compute the same bits). The scalar census leaves the scale
 // multiplications out; they are added here for a fair count. The wider
 // targets also try the 256-bit fusions of each packed body, and the body
-// itself with their cheaper single-width takes, and keep the one whose
-// longer of port cycles and dependency chain is shortest, then the one with
-// fewer instructions: on one call a fused body whose pairs wait on each
-// other's chains can lose to a narrower one with fewer shuffles saved
-// (single-precision 19 forward took 1.3 times as long by port cycles alone).
+// itself with their cheaper single-width takes, and keep the one with the
+// fewest port cycles, then instructions. In a long kernel they keep the one
+// whose longer of port cycles and dependency chain is shortest: there a
+// fused body whose pairs wait on each other's chains can lose to a narrower
+// one (single-precision 19 forward took 1.3 times as long by port cycles
+// alone), while short kernels of calls in a row overlap in the core's
+// reorder window and only the ports count (by the longer of the two, 5 and
+// 10 took up to 1.35 times as long).
+constexpr int kChainsMatter = 300;  // scalar instructions
+
 RealKernelText Cheapest(const RealKernelInput& in, const std::string& table, Isa isa) {
     const bool wide = isa != Isa::kX86_64;
-    auto cost = [&](const RealKernelText& t) {
-        const RealCensus& c = t.census;
-        return wide ? std::max(PortCycles(c), t.critical_path) * 10000 + c.Instructions() : c.Instructions();
-    };
     RealKernelText best = EmitReal(in);
     RealKernelText scalar = best;
     for (const RealStore& s : in.stores) scalar.census.muls += s.value.IsZero() ? 0 : 1;
+    const bool long_body = scalar.census.Instructions() > kChainsMatter;
+    auto cost = [&](const RealKernelText& t) {
+        const RealCensus& c = t.census;
+        if (!wide) return c.Instructions();
+        return (long_body ? std::max(PortCycles(c), t.critical_path) : PortCycles(c)) * 10000 + c.Instructions();
+    };
     int best_cost = cost(scalar);
     for (RealPairing pairing : {RealPairing{false, 1}, RealPairing{false, 2}, RealPairing{true, 1}, RealPairing{true, 2},
                                 RealPairing{true, 1, true, true}, RealPairing{false, 1, true, true}}) {
