@@ -66,7 +66,6 @@ struct RealPairing {
     bool from_stores = false;         // pairs down from neighbouring outputs
 };
 
-
 // How the 256-bit emitter chooses which two-lane instructions become one
 // (emit_real_wide.cpp): a pair whose operands already sit side by side in
 // wide vectors scores 2 per operand, one whose operands are both loads 1.

@@ -400,11 +400,11 @@ private:
                     expr = TwoSourcePermute(p, q, {a.lane[0], 4 + a.lane[1], 2 + b.lane[0], 6 + b.lane[1]});
                     break;
                 }
-                if (a.lane[0] != 0 || b.lane[0] != 0) {
+                if (move_p) {
                     ++census_.shuffles;
                     p = "_mm_permute_ps(" + p + ", " + Lanes(2 + b.lane[0], 2 + b.lane[0], a.lane[0], a.lane[0]) + ")";
                 }
-                if (a.lane[1] != 1 || b.lane[1] != 1) {
+                if (move_q) {
                     ++census_.shuffles;
                     q = "_mm_permute_ps(" + q + ", " + Lanes(2 + b.lane[1], 2 + b.lane[1], a.lane[1], a.lane[1]) + ")";
                 }
@@ -489,11 +489,11 @@ private:
 
     // The instruction defining the two-lane name of recorded value i.
     int Half(int i) {
-        if (!IsHigh(i) && partner_[i] < 0) return New(i);
+        const bool low = !IsHigh(i);
+        if (low && partner_[i] < 0) return New(i);
         if (split_[i] >= 0) return split_[i];
         const int wide = New(i);
         const std::string w = WideName(i);
-        const bool low = !IsHigh(i);
         std::string expr;
         if (Single() && !At(i).wide) {
             expr = low ? w : "_mm_movehl_ps(" + w + ", " + w + ")";
