@@ -46,8 +46,8 @@ struct RealVecInstr {
     int lane[2] = {0, 0};
     Real c[2] = {0, 0};
     bool neg[2] = {false, false};
-    int node[2] = {-1, -1};
-    std::string element;     // kStoreTwo: the address  // the real DAG values in the two lanes (-1: none or not named)
+    int node[2] = {-1, -1};  // the real DAG values in the two lanes (-1: none or not named)
+    std::string element;     // kStoreTwo: the address
     RealCensus census;  // what this instruction adds to the body's census
 };
 
