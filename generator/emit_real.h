@@ -64,6 +64,10 @@ struct RealPairing {
     int limit;
     bool largest_twins_first = true;  // else in the order the builders made them
     bool from_stores = false;         // pairs down from neighbouring outputs
+    // Pairs down from the two operands of each output sum (the Hartley
+    // transform's Re X[k] and Im X[k], which the forward body pairs).
+    bool from_output_operands = false;
+    bool crossed_twins = false;  // twins as RealDag::crossed_twins pairs them
 };
 
 // How the 256-bit emitter chooses which two-lane instructions become one

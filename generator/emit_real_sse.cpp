@@ -60,7 +60,7 @@ public:
         for (const RealStore& s : in_.stores) outputs.push_back(s.value);
         for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
         if (pairing_.twins) PlanTwins();
-        if (pairing_.from_stores) PlanFromStores();
+        if (pairing_.from_stores || pairing_.from_output_operands) PlanFromStores();
         PlanByLevel();
         std::set<int> loads;
         for (int id : reachable_)
@@ -298,7 +298,7 @@ private:
     void PlanTwins() {
         std::set<int> live(reachable_.begin(), reachable_.end());
         std::vector<const RealDag::TwinNodes*> groups;
-        for (const auto& g : dag_.twins()) groups.push_back(&g);
+        for (const auto& g : pairing_.crossed_twins ? dag_.crossed_twins() : dag_.twins()) groups.push_back(&g);
         if (pairing_.largest_twins_first)
             std::stable_sort(groups.begin(), groups.end(), [](auto* a, auto* b) { return a->size() > b->size(); });
         for (const auto* g : groups)
@@ -309,16 +309,23 @@ private:
             }
     }
 
-    // Outputs stored side by side, and down from them the operand pairs
-    // they take, as long as both sides do the same kind of operation.
+    // Outputs stored side by side (or the two operands of each output sum),
+    // and down from them the operand pairs they take, as long as both sides
+    // do the same kind of operation.
     void PlanFromStores() {
         std::set<int> live(reachable_.begin(), reachable_.end());
         std::vector<std::pair<int, int>> work;
         const auto& stores = in_.stores;
-        for (size_t i = 0; i + 1 < stores.size(); ++i)
-            if (in_.stores_adjacent(static_cast<int>(i), static_cast<int>(i) + 1) && !stores[i].value.IsZero() &&
-                !stores[i + 1].value.IsZero())
+        for (size_t i = 0; i < stores.size(); ++i) {
+            if (stores[i].value.IsZero()) continue;
+            const RealNode& n = dag_.at(stores[i].value.node);
+            if (pairing_.from_output_operands) {
+                if (n.op == RealOp::kAdd || n.op == RealOp::kSub) work.push_back({n.a, n.b});
+            } else if (i + 1 < stores.size() && in_.stores_adjacent(static_cast<int>(i), static_cast<int>(i) + 1) &&
+                       !stores[i + 1].value.IsZero()) {
                 work.push_back({stores[i].value.node, stores[i + 1].value.node});
+            }
+        }
         while (!work.empty()) {
             auto [a, b] = work.back();
             work.pop_back();

@@ -134,14 +134,20 @@ std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real
         parts[id] = out;
     }
     for (const Dag::Twins& t : dag.twins()) {
-        RealDag::TwinNodes pairs;
+        RealDag::TwinNodes pairs, crossed;
+        auto add = [](RealDag::TwinNodes& to, RealValue x, RealValue y) {
+            if (!x.IsZero() && !y.IsZero() && x.node != y.node) to.push_back({x.node, y.node});
+        };
         for (int k = 0; k < t.count; ++k) {
             auto a = parts.find(t.first_begin + k), b = parts.find(t.second_begin + k);
             if (a == parts.end() || b == parts.end()) continue;
-            for (auto [x, y] : {std::make_pair(a->second.re, b->second.re), std::make_pair(a->second.im, b->second.im)})
-                if (!x.IsZero() && !y.IsZero() && x.node != y.node) pairs.push_back({x.node, y.node});
+            add(pairs, a->second.re, b->second.re);
+            add(pairs, a->second.im, b->second.im);
+            add(crossed, a->second.re, b->second.im);
+            add(crossed, a->second.im, b->second.re);
         }
         if (!pairs.empty()) real.AddTwins(std::move(pairs));
+        if (!crossed.empty()) real.AddCrossedTwins(std::move(crossed));
     }
     for (const Dag::Siblings& group : dag.siblings())
         for (size_t i = 0; i < group.ranges.size(); ++i)

@@ -63,6 +63,12 @@ public:
     using TwinNodes = std::vector<std::pair<int, int>>;
     void AddTwins(TwinNodes pairs) { twins_.push_back(std::move(pairs)); }
     const std::vector<TwinNodes>& twins() const { return twins_; }
+    // The same siblings with the real part of one next to the imaginary part
+    // of the other: where a conjugate-symmetric input makes one sibling's
+    // input real and the other's imaginary (the inverse real DFT), these
+    // are the parts that do the same operations.
+    void AddCrossedTwins(TwinNodes pairs) { crossed_twins_.push_back(std::move(pairs)); }
+    const std::vector<TwinNodes>& crossed_twins() const { return crossed_twins_; }
 
     // Matching values of any two equal sibling sub-transforms of one stage
     // (Dag::siblings), not only of neighbours: the 256-bit emitter fuses
@@ -74,7 +80,7 @@ private:
     int Intern(const RealNode& n);
     std::vector<RealNode> nodes_;
     std::multimap<int, std::string> labels_;
-    std::vector<TwinNodes> twins_;
+    std::vector<TwinNodes> twins_, crossed_twins_;
     std::set<std::pair<int, int>> kin_;
     std::map<std::tuple<int, int, int, int, Real>, int> index_;
 };
