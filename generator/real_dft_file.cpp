@@ -71,15 +71,20 @@ bool PartsAdjacent(int n, int slot, int next_slot) {
 }
 bool Consecutive(int i, int j) { return j == i + 1; }
 
-// Cycles a body needs at least on a core with three vector ports, two of
-// which add and multiply and one shuffles, and two loads and one store per
-// cycle; a conversion is one arithmetic and one shuffle micro-operation,
-// and sign flips and blends go to any of the three ports.
+// Cycles a body needs at least on a core like the one these builds are
+// tuned on: three vector ports, p0 and p1 multiply, p1 and p5 add, p5 alone
+// shuffles; a conversion is one micro-operation on p0 and one on p5; sign
+// flips and blends go to any of the three; three loads and two stores per
+// cycle. Each bound is the work that must go to a set of ports over its size.
 int PortCycles(const RealCensus& c) {
-    const int arithmetic = c.adds + c.muls + c.converts;
-    const int shuffle = c.shuffles - c.bitwise + c.converts;
-    const int vector = arithmetic + shuffle + c.bitwise;
-    return std::max({(arithmetic + 1) / 2, shuffle, (vector + 2) / 3, (c.loads + 1) / 2, c.stores});
+    auto over = [](int work, int ports) { return (work + ports - 1) / ports; };
+    const int shuffles = c.shuffles - c.bitwise;
+    const int all = c.adds + c.muls + 2 * c.converts + shuffles + c.bitwise;
+    return std::max({shuffles + c.converts,                    // p5
+                     over(c.adds + shuffles + c.converts, 2),  // p1, p5
+                     over(c.muls + c.converts, 2),             // p0, p1
+                     over(shuffles + 2 * c.converts, 2),       // p0, p5
+                     over(all, 3), over(c.loads, 3), over(c.stores, 2)});
 }
 
 // The packed SSE2 body where it takes fewer instructions than the scalar
