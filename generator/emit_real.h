@@ -63,10 +63,10 @@ struct RealPairing {
     bool twins;
     int limit;
     bool largest_twins_first = true;  // else in the order the builders made them
-    bool from_stores = false;         // pairs down from neighbouring outputs
-    // Pairs down from the two operands of each output sum (the Hartley
-    // transform's Re X[k] and Im X[k], which the forward body pairs).
-    bool from_output_operands = false;
+    // Pairs traced down from the outputs first: from neighbouring outputs,
+    // or from the two operands of each output sum (the Hartley transform's
+    // Re X[k] and Im X[k], which the forward body pairs).
+    enum class Seeds { kNone, kNeighbouringOutputs, kOutputOperands } seeds = Seeds::kNone;
     bool crossed_twins = false;  // twins as RealDag::crossed_twins pairs them
 };
 

@@ -60,7 +60,7 @@ public:
         for (const RealStore& s : in_.stores) outputs.push_back(s.value);
         for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
         if (pairing_.twins) PlanTwins();
-        if (pairing_.from_stores || pairing_.from_output_operands) PlanFromStores();
+        if (pairing_.seeds != RealPairing::Seeds::kNone) PlanFromStores();
         PlanByLevel();
         std::set<int> loads;
         for (int id : reachable_)
@@ -319,7 +319,7 @@ private:
         for (size_t i = 0; i < stores.size(); ++i) {
             if (stores[i].value.IsZero()) continue;
             const RealNode& n = dag_.at(stores[i].value.node);
-            if (pairing_.from_output_operands) {
+            if (pairing_.seeds == RealPairing::Seeds::kOutputOperands) {
                 if (n.op == RealOp::kAdd || n.op == RealOp::kSub) work.push_back({n.a, n.b});
             } else if (i + 1 < stores.size() && in_.stores_adjacent(static_cast<int>(i), static_cast<int>(i) + 1) &&
                        !stores[i + 1].value.IsZero()) {

@@ -106,17 +106,18 @@ constexpr int kChainsMatter = 300;  // scalar instructions
 // with Im X[k] as the forward body does (47: 0.7 times the port cycles);
 // crossed twins pair the inverse's sub-transforms of the real and the
 // imaginary half of a conjugate-symmetric input.
+using Seeds = RealPairing::Seeds;
 const RealPairing kPairings[] = {
     {.twins = false, .limit = 1},
     {.twins = false, .limit = 2},
     {.twins = true, .limit = 1},
     {.twins = true, .limit = 2},
-    {.twins = true, .limit = 1, .from_stores = true},
-    {.twins = false, .limit = 1, .from_stores = true},
-    {.twins = true, .limit = 1, .from_output_operands = true},
-    {.twins = false, .limit = 1, .from_output_operands = true},
+    {.twins = true, .limit = 1, .seeds = Seeds::kNeighbouringOutputs},
+    {.twins = false, .limit = 1, .seeds = Seeds::kNeighbouringOutputs},
+    {.twins = true, .limit = 1, .seeds = Seeds::kOutputOperands},
+    {.twins = false, .limit = 1, .seeds = Seeds::kOutputOperands},
     {.twins = true, .limit = 1, .crossed_twins = true},
-    {.twins = true, .limit = 1, .from_stores = true, .crossed_twins = true},
+    {.twins = true, .limit = 1, .seeds = Seeds::kNeighbouringOutputs, .crossed_twins = true},
 };
 
 RealKernelText Cheapest(const RealKernelInput& in, const std::string& table, Isa isa) {

@@ -30,7 +30,7 @@ start=$SECONDS
 for preset in release asan m32 win32; do
   echo "== $preset: build and tests"
   case $preset in
-    # The cross builds run the generator the release build has made.
+    # The trees after the release one run the generator it has made.
     asan | m32 | win32) cmake --preset "$preset" -DQVNGEN_HOST_GENERATOR="$PWD/build/release/bin/qvngen-gen" ;;
     *) cmake --preset "$preset" ;;
   esac
