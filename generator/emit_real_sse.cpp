@@ -80,7 +80,8 @@ public:
             text.body += "    const " + def.first + " " + name + " = " + def.second + ";\n";
             rec_.prelude.push_back({name, def});
         }
-        text.body += prog_.Emit("    ");
+        // In issue order: 0.95-0.97 of the time in single precision.
+        text.body += prog_.Emit("    ", false, Program::Order::kByLatency);
         text.constants = consts_.Definition();
         text.census = census_;
         text.critical_path = prog_.CriticalPath();

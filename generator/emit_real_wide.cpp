@@ -65,7 +65,8 @@ public:
             prog_.Add(Program::Kind::kStore, text, deps);
         }
 
-        std::string body = prog_.Emit("    ");
+        // In issue order: 0.95-0.97 of the time in single precision.
+        std::string body = prog_.Emit("    ", false, Program::Order::kByLatency);
         RealKernelText text;
         text.body = Prelude(body) + body;
         text.constants = consts2_.Definition() + consts4_.Definition();

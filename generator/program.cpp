@@ -69,7 +69,11 @@ int Program::Add(Kind kind, std::string text, std::vector<int> deps, double posi
     return static_cast<int>(instrs_.size()) - 1;
 }
 
-std::string Program::Emit(const std::string& indent, bool separate_output) const {
+namespace {
+int StatementLatency(const std::string& text, Program::Kind kind);
+}
+
+std::vector<int> Program::BuiltOrder() const {
     const int count = static_cast<int>(instrs_.size());
     // Positions: stores go first among the ready instructions; loads and
     // shuffles inherit the earliest position of their users.
@@ -95,11 +99,65 @@ std::string Program::Emit(const std::string& indent, bool separate_output) const
         pending[i] = static_cast<int>(instrs_[i].deps.size());
         if (pending[i] == 0) ready.insert({pos[i], i});
     }
-    bool stored = false;
-    std::string out;
+    std::vector<int> order;
     while (!ready.empty()) {
         int id = ready.begin()->second;
         ready.erase(ready.begin());
+        order.push_back(id);
+        for (int u : users[id])
+            if (--pending[u] == 0) ready.insert({pos[u], u});
+    }
+    return order;
+}
+
+std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
+    const int count = static_cast<int>(instrs_.size());
+    std::vector<int> rank(count);
+    for (int r = 0; r < count; ++r) rank[order[r]] = r;
+    std::vector<std::vector<int>> users(count);
+    for (int i = 0; i < count; ++i)
+        for (int d : instrs_[i].deps) users[d].push_back(i);
+    std::vector<int> pending(count), ready_at(count, 0);
+    std::set<int> waiting;  // ranks of the instructions whose inputs are all placed
+    for (int i = 0; i < count; ++i) {
+        pending[i] = static_cast<int>(instrs_[i].deps.size());
+        if (pending[i] == 0) waiting.insert(rank[i]);
+    }
+    std::vector<int> out;
+    int cycle = 0;
+    while (!waiting.empty()) {
+        // This cycle: up to kIssueWidth instructions whose inputs are done,
+        // first in the built order first.
+        int issued = 0;
+        int next_ready = std::numeric_limits<int>::max();
+        for (auto it = waiting.begin(); it != waiting.end() && issued < kIssueWidth;) {
+            const int id = order[*it];
+            if (ready_at[id] > cycle) {
+                next_ready = std::min(next_ready, ready_at[id]);
+                ++it;
+                continue;
+            }
+            out.push_back(id);
+            it = waiting.erase(it);
+            ++issued;
+            const int done = cycle + StatementLatency(instrs_[id].text, instrs_[id].kind);
+            for (int u : users[id]) {
+                ready_at[u] = std::max(ready_at[u], done);
+                if (--pending[u] == 0) waiting.insert(rank[u]);
+            }
+        }
+        // Nothing could start: skip to the cycle the next input is done.
+        cycle = issued || next_ready == std::numeric_limits<int>::max() ? cycle + 1 : std::max(cycle + 1, next_ready);
+    }
+    return out;
+}
+
+std::string Program::Emit(const std::string& indent, bool separate_output, Order order) const {
+    std::vector<int> ids = BuiltOrder();
+    if (order == Order::kByLatency) ids = LatencyOrder(ids);
+    bool stored = false;
+    std::string out;
+    for (int id : ids) {
         const Instr& in = instrs_[id];
         if (in.kind == Kind::kStore) stored = true;
         // In-place safety: the destination may be the source.
@@ -112,8 +170,6 @@ std::string Program::Emit(const std::string& indent, bool separate_output) const
             out += indent + in.text.substr(start, end - start) + "\n";
             start = end + 1;
         }
-        for (int u : users[id])
-            if (--pending[u] == 0) ready.insert({pos[u], u});
     }
     return out;
 }
