@@ -70,7 +70,37 @@ int Program::Add(Kind kind, std::string text, std::vector<int> deps, double posi
 }
 
 namespace {
-int StatementLatency(const std::string& text, Program::Kind kind);
+
+// Latency of one statement: its intrinsics in a row (a nested xor before an
+// add counts both). Constant loads inside a computation are off the chain.
+int StatementLatency(const std::string& text, Program::Kind kind) {
+    static const std::vector<std::pair<const char*, int>> kLatency = {
+        {"cvtps_pd", 5}, {"cvtpd_ps", 5}, {"_mul_", 4}, {"_add_", 3}, {"_sub_", 3},
+        {"extractf128", 3}, {"set_m128", 3}, {"insertf128", 3}, {"permute2f128", 3}, {"permutex2var", 3},
+        {"xor_", 1}, {"blend_", 1}, {"shuffle_", 1}, {"permute_", 1}, {"unpack", 1}, {"move", 1}, {"insert_ps", 1},
+        {"TakeLanes", 2}, {"Gather", 2},
+    };
+    int total = kind == Program::Kind::kLoad ? 5 : 0;
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string::npos) end = text.size();
+        const std::string line = text.substr(start, end - start);
+        start = end + 1;
+        if (line.compare(0, 2, "//") == 0) continue;
+        for (const auto& [name, cycles] : kLatency)
+            for (size_t at = line.find(name); at != std::string::npos; at = line.find(name, at + 1)) total += cycles;
+    }
+    return total;
+}
+
+}  // namespace
+
+std::vector<std::vector<int>> Program::Users() const {
+    std::vector<std::vector<int>> users(instrs_.size());
+    for (size_t i = 0; i < instrs_.size(); ++i)
+        for (int d : instrs_[i].deps) users[d].push_back(static_cast<int>(i));
+    return users;
 }
 
 std::vector<int> Program::BuiltOrder() const {
@@ -78,9 +108,7 @@ std::vector<int> Program::BuiltOrder() const {
     // Positions: stores go first among the ready instructions; loads and
     // shuffles inherit the earliest position of their users.
     std::vector<double> pos(count);
-    std::vector<std::vector<int>> users(count);
-    for (int i = 0; i < count; ++i)
-        for (int d : instrs_[i].deps) users[d].push_back(i);
+    const std::vector<std::vector<int>> users = Users();
     for (int i = count - 1; i >= 0; --i) {
         if (instrs_[i].kind == Kind::kStore) {
             pos[i] = -std::numeric_limits<double>::infinity();
@@ -114,9 +142,7 @@ std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
     const int count = static_cast<int>(instrs_.size());
     std::vector<int> rank(count);
     for (int r = 0; r < count; ++r) rank[order[r]] = r;
-    std::vector<std::vector<int>> users(count);
-    for (int i = 0; i < count; ++i)
-        for (int d : instrs_[i].deps) users[d].push_back(i);
+    const std::vector<std::vector<int>> users = Users();
     std::vector<int> pending(count), ready_at(count, 0);
     std::set<int> waiting;  // ranks of the instructions whose inputs are all placed
     for (int i = 0; i < count; ++i) {
@@ -147,7 +173,7 @@ std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
             }
         }
         // Nothing could start: skip to the cycle the next input is done.
-        cycle = issued || next_ready == std::numeric_limits<int>::max() ? cycle + 1 : std::max(cycle + 1, next_ready);
+        cycle = issued ? cycle + 1 : next_ready;
     }
     return out;
 }
@@ -174,32 +200,6 @@ std::string Program::Emit(const std::string& indent, bool separate_output, Order
     return out;
 }
 
-namespace {
-
-// Latency of one statement: its intrinsics in a row (a nested xor before an
-// add counts both). Constant loads inside a computation are off the chain.
-int StatementLatency(const std::string& text, Program::Kind kind) {
-    static const std::vector<std::pair<const char*, int>> kLatency = {
-        {"cvtps_pd", 5}, {"cvtpd_ps", 5}, {"_mul_", 4}, {"_add_", 3}, {"_sub_", 3},
-        {"extractf128", 3}, {"set_m128", 3}, {"insertf128", 3}, {"permute2f128", 3}, {"permutex2var", 3},
-        {"xor_", 1}, {"blend_", 1}, {"shuffle_", 1}, {"permute_", 1}, {"unpack", 1}, {"move", 1}, {"insert_ps", 1},
-        {"TakeLanes", 2}, {"Gather", 2},
-    };
-    int total = kind == Program::Kind::kLoad ? 5 : 0;
-    size_t start = 0;
-    while (start < text.size()) {
-        size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        const std::string line = text.substr(start, end - start);
-        start = end + 1;
-        if (line.compare(0, 2, "//") == 0) continue;
-        for (const auto& [name, cycles] : kLatency)
-            for (size_t at = line.find(name); at != std::string::npos; at = line.find(name, at + 1)) total += cycles;
-    }
-    return total;
-}
-
-}  // namespace
 
 int Program::CriticalPath() const {
     std::vector<int> ready(instrs_.size(), 0);

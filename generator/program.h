@@ -70,6 +70,7 @@ public:
 
 private:
     static constexpr int kIssueWidth = 4;
+    std::vector<std::vector<int>> Users() const;  // the readers of each instruction
     // Instruction ids in the order the algorithm built their values.
     std::vector<int> BuiltOrder() const;
     // The same instructions as a core with kIssueWidth-wide issue would start
