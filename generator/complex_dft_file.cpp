@@ -43,14 +43,15 @@ int EstimatedCycles(const Census& c) { return std::max(c.adds + c.muls, 2 * c.sh
 // Builds the DAG of each direction of the transform, forward first, and
 // hands `visit` the emitters' input for it.
 template <class Visit>
-void ForEachDirection(int n, const Recipe& recipe, Visit visit) {
+void ForEachDirection(int n, const Recipe& recipe, Isa isa, Visit visit) {
     for (int dir = 0; dir < 2; ++dir) {
         const bool forward = dir == 0;
         Dag dag;
         Signal x(n);
         for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
         Signal y = Transform(dag, recipe, x, forward ? -1 : +1);
-        visit(forward, KernelInput{dag, y, n, forward ? "kForwardConstants" : "kInverseConstants"});
+        visit(forward,
+              KernelInput{dag, y, n, forward ? "kForwardConstants" : "kInverseConstants", BodyRegisters(isa)});
     }
 }
 
@@ -64,22 +65,23 @@ enum class SingleBody { kSsePair, kQuad, kTwinHalves };
 // estimate does not see; measured, twin bodies estimated 3% better than
 // the body they replaced ran 1-2% slower); else the two-per-__m128 body.
 //
-// On the AVX-512 target (`fewer_instructions`) the quad body is also taken
-// where it needs fewer instructions in all than the body it replaces and its
-// estimate is at most 30% above that body's: there most of what the census
-// counts as shuffles (sign flips, blends) issues on three ports, and so do
-// 256-bit adds, so the shuffle bound overstates the quad body. Measured, the
+// On the AVX-512 target the quad body is also taken where it needs fewer
+// instructions in all than the body it replaces and its estimate is at most
+// 30% above that body's: there most of what the census counts as shuffles
+// (sign flips, blends) issues on three ports, and so do 256-bit adds, so
+// the shuffle bound overstates the quad body. Measured, the
 // 14 lengths this adds ran 4-32% faster; the next one out (N = 23, 33%
 // above) was 5% slower, as were twin-halves lengths at 26-40% above.
-SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape& quad, bool fewer_instructions) {
+SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape& quad, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
+    const bool fewer_instructions = isa == Isa::kX86_64_v4;
     int cost[3] = {0, 0, 0}, total[3] = {0, 0, 0};
     auto add = [&](int body, const Census& c) {
         cost[body] += EstimatedCycles(c);
         total[body] += c.adds + c.muls + c.shuffles;
     };
     bool twin_ok = true;
-    ForEachDirection(n, recipe, [&](bool, const KernelInput& in) {
+    ForEachDirection(n, recipe, isa, [&](bool, const KernelInput& in) {
         add(0, EmitSsePaired(in).census);
         add(1, EmitQuad(in, quad).census);
         try {
@@ -107,7 +109,7 @@ int EstimatedCycles512(const Census& c) { return std::max(c.adds + c.muls + c.sh
 bool QuadDoubleWins(int n, const std::string& recipe_text) {
     const Recipe recipe = ParseRecipe(recipe_text);
     int pair = 0, quad = 0;
-    ForEachDirection(n, recipe, [&](bool, const KernelInput& in) {
+    ForEachDirection(n, recipe, Isa::kX86_64_v4, [&](bool, const KernelInput& in) {
         pair += EstimatedCycles(EmitPaired(in, AvxPairDouble()).census);
         quad += EstimatedCycles512(EmitQuad(in, Avx512QuadDouble()).census);
     });
@@ -176,7 +178,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     // The AVX-512 target masks operations per slot (mixed products).
     const QuadShape& quad_float = isa == Isa::kX86_64_v4 ? AvxQuadFloatMasked() : AvxQuadFloat();
     const SingleBody body = single && !scalar && !vector_double_products && isa != Isa::kX86_64
-                                ? CheapestSingle(n, recipe_text, quad_float, isa == Isa::kX86_64_v4)
+                                ? CheapestSingle(n, recipe_text, quad_float, isa)
                                 : SingleBody::kSsePair;
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
@@ -199,7 +201,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                                 : avx_double ? "AVX, two complex values per __m256d"
                                              : "SSE2, one complex value per __m128d";
     std::string kernels, entries, census_comment;
-    ForEachDirection(n, recipe, [&](bool forward, const KernelInput& in) {
+    ForEachDirection(n, recipe, isa, [&](bool forward, const KernelInput& in) {
         const std::string fn = forward ? "Forward" : "Inverse";
         KernelText k = scalar       ? EmitScalar(in, products_in_double)
                        : avx_single ? EmitQuad(in, quad_float)
@@ -237,7 +239,8 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         const bool pair_twin = !halves.empty() && n <= 48;
         if (pair_twin) {
             const KernelText pair =
-                EmitPaired(KernelInput{in.dag, in.outputs, n, forward ? "kForwardPairConstants" : "kInversePairConstants"},
+                EmitPaired(KernelInput{in.dag, in.outputs, n, forward ? "kForwardPairConstants" : "kInversePairConstants",
+                                       in.registers},
                            AvxPairDouble());
             if (!pair.constants.empty()) kernels += pair.constants + "\n";
             kernels += "template <class Mem>\ninline void " + fn + "Pair(const " + real + "* x, " + real + "* y, " +

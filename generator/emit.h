@@ -30,6 +30,9 @@ struct KernelInput {
     const Signal& outputs;
     int n;
     std::string const_table;  // name of the constant table to define
+    // Registers the body's values may take (BodyRegisters): its order keeps
+    // at most this many alive where the algorithm's own order does.
+    int registers = 12;
 };
 
 KernelText EmitScalar(const KernelInput& in, bool products_in_double);

@@ -217,7 +217,7 @@ public:
         const std::string type = shape_.Type();
         text.body = "    const " + type + " vscale = " + shape_.Broadcast("scale") + ";\n";
         for (const auto& [name, def] : prelude_) text.body += "    const " + type + " " + name + " = " + def + ";\n";
-        text.body += prog_.Emit("    ");
+        text.body += prog_.Emit("    ", false, Program::Order::kByLatency, in_.registers);
         text.constants = consts_.Definition();
         text.census = prog_.census;
         return text;

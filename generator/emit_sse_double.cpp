@@ -71,7 +71,7 @@ KernelText EmitSseDouble(const KernelInput& in) {
     if (any_negated) text.body += "    const __m128d nscale = _mm_set1_pd(-scale);\n";
     text.body += "    const __m128d neg_re = qvn::SignMaskPd(true, false);\n";
     text.body += "    (void)neg_re;\n";
-    text.body += prog.Emit("    ");
+    text.body += prog.Emit("    ", false, Program::Order::kByLatency, in.registers);
     text.constants = consts.Definition();
     text.census = prog.census;
     return text;

@@ -145,7 +145,7 @@ public:
         const std::string type = shape_.Type();
         text.body = "    const " + type + " vscale = " + shape_.Broadcast("scale") + ";\n";
         for (const auto& [name, def] : prelude_) text.body += "    const " + type + " " + name + " = " + def + ";\n";
-        text.body += prog_.Emit("    ");
+        text.body += prog_.Emit("    ", false, Program::Order::kByLatency, in_.registers);
         text.constants = consts_.Definition() + double_consts_.Definition();
         text.census = prog_.census;
         rec_.prelude = prelude_;
@@ -636,7 +636,7 @@ public:
             text.body += "    const __m256 " + name + "8 = " + Widen(def) + ";\n";
             text.body += "    const __m128 " + name + " = _mm256_castps256_ps128(" + name + "8);\n";
         }
-        text.body += prog_.Emit("    ");
+        text.body += prog_.Emit("    ", false, Program::Order::kByLatency, in_.registers);
         text.constants = consts_.Definition();
         text.census = prog_.census;
         return text;

@@ -138,11 +138,29 @@ std::vector<int> Program::BuiltOrder() const {
     return order;
 }
 
-std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
+std::vector<int> Program::LatencyOrder(const std::vector<int>& order, int registers) const {
     const int count = static_cast<int>(instrs_.size());
     std::vector<int> rank(count);
     for (int r = 0; r < count; ++r) rank[order[r]] = r;
     const std::vector<std::vector<int>> users = Users();
+    // The operands each instruction reads, and how many readers of each value
+    // are still to come. A store that depends on a load only waits for it
+    // (the in-place rule); it does not read it.
+    std::vector<std::vector<int>> reads(count);
+    std::vector<int> unread(count, 0);
+    for (int i = 0; i < count; ++i)
+        for (int d : std::set<int>(instrs_[i].deps.begin(), instrs_[i].deps.end()))
+            if (instrs_[d].kind != Kind::kLoad || instrs_[i].kind != Kind::kStore) {
+                reads[i].push_back(d);
+                ++unread[d];
+            }
+    // Values alive after `id` starts, minus those alive before.
+    auto growth = [&](int id) {
+        int g = instrs_[id].kind != Kind::kStore && unread[id] > 0 ? 1 : 0;
+        for (int d : reads[id]) g -= unread[d] == 1;
+        return g;
+    };
+    int live = 0;
     std::vector<int> pending(count), ready_at(count, 0);
     std::set<int> waiting;  // ranks of the instructions whose inputs are all placed
     for (int i = 0; i < count; ++i) {
@@ -153,7 +171,8 @@ std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
     int cycle = 0;
     while (!waiting.empty()) {
         // This cycle: up to kIssueWidth instructions whose inputs are done,
-        // first in the built order first.
+        // first in the built order first. With every register taken, only
+        // the first in the built order may add a value.
         int issued = 0;
         int next_ready = std::numeric_limits<int>::max();
         for (auto it = waiting.begin(); it != waiting.end() && issued < kIssueWidth;) {
@@ -163,6 +182,13 @@ std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
                 ++it;
                 continue;
             }
+            const int grows = growth(id);
+            if (registers > 0 && grows > 0 && live + grows > registers && it != waiting.begin()) {
+                ++it;
+                continue;
+            }
+            live += grows;
+            for (int d : reads[id]) --unread[d];
             out.push_back(id);
             it = waiting.erase(it);
             ++issued;
@@ -178,9 +204,9 @@ std::vector<int> Program::LatencyOrder(const std::vector<int>& order) const {
     return out;
 }
 
-std::string Program::Emit(const std::string& indent, bool separate_output, Order order) const {
+std::string Program::Emit(const std::string& indent, bool separate_output, Order order, int registers) const {
     std::vector<int> ids = BuiltOrder();
-    if (order == Order::kByLatency) ids = LatencyOrder(ids);
+    if (order == Order::kByLatency) ids = LatencyOrder(ids, registers);
     bool stored = false;
     std::string out;
     for (int id : ids) {

@@ -58,9 +58,12 @@ public:
     int Add(Kind kind, std::string text, std::vector<int> deps, double position = kFollowUsers);
     // Throws if a store precedes a load, unless the kernel's output never
     // aliases its input (`separate_output`). kByLatency writes the
-    // statements in the order a core would start them (see LatencyOrder).
+    // statements in the order a core would start them (see LatencyOrder),
+    // keeping at most `registers` values alive where the built order does
+    // (0: no limit).
     enum class Order { kAsBuilt, kByLatency };
-    std::string Emit(const std::string& indent, bool separate_output = false, Order order = Order::kAsBuilt) const;
+    std::string Emit(const std::string& indent, bool separate_output = false, Order order = Order::kAsBuilt,
+                     int registers = 0) const;
     // Cycles of the longest dependency chain, from each statement's
     // intrinsics and typical x86 latencies (load 5, add 3, multiply 4,
     // conversion 5, shuffle 1, one across 128-bit lanes 3): with the port
@@ -79,8 +82,12 @@ private:
     // products and conversions dispatches far ahead of its inputs and fills
     // the scheduler, so the next sub-transform's independent work waits
     // behind it (llvm-mca: scheduler full in 86% of the cycles of
-    // single-precision inverse 40).
-    std::vector<int> LatencyOrder(const std::vector<int>& order) const;
+    // single-precision inverse 40). With `registers` > 0, once that many
+    // values are alive only the first instruction in `order` may start a
+    // new one: an order free of that limit spills in kernels whose values
+    // outnumber the register file, and the spills cost more than the
+    // overlap gains.
+    std::vector<int> LatencyOrder(const std::vector<int>& order, int registers) const;
     struct Instr {
         Kind kind;
         std::string text;

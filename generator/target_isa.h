@@ -33,4 +33,12 @@ inline int VectorBits(Isa isa) {
     return isa == Isa::kX86_64_v4 ? 512 : isa == Isa::kX86_64_v3 ? 256 : 128;
 }
 
+// Vector registers of the target: AVX-512 doubles the file to 32.
+inline int VectorRegisters(Isa isa) { return isa == Isa::kX86_64_v4 ? 32 : 16; }
+
+// Registers a kernel's own values may take: the scale, the sign masks and a
+// constant or two stay in registers throughout the body, so four of the
+// file are theirs.
+inline int BodyRegisters(Isa isa) { return VectorRegisters(isa) - 4; }
+
 }  // namespace gen
