@@ -1,10 +1,14 @@
 // Unit tests of the code generator's stages: exact rotations, the DAG
 // simplifier, the recipe parser, the algorithms (evaluated exactly on the DAG,
-// independent of any emitter) and the scheduler's in-place guard.
+// independent of any emitter), the scheduler's in-place guard and its
+// register budget.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <complex>
 #include <random>
+#include <set>
+#include <sstream>
 #include <stdexcept>
 
 #include "algorithms.h"
@@ -246,6 +250,43 @@ TEST(Program, CriticalPathFollowsTheLongestChain) {
     const int j = p.Add(Kind::kCompute, "const __m128 j = _mm_add_ps(w, u);", {w, u});
     p.Add(Kind::kStore, "qvn::StoreTwoFloats(dst, _mm_mul_ps(j, nscale));", {j, x, y});
     EXPECT_EQ(p.CriticalPath(), 30);
+}
+
+// Six independent chains load -> multiply -> multiply -> store. Issued as
+// soon as their inputs are done, all six loads start at once; with a
+// register budget the order must never hold more values than that.
+TEST(Program, LatencyOrderKeepsWithinTheRegisters) {
+    using Kind = gen::Program::Kind;
+    constexpr int kChains = 6;
+    gen::Program p;
+    for (int i = 0; i < kChains; ++i) {
+        const std::string k = std::to_string(i);
+        const int l = p.Add(Kind::kLoad, "const __m128d l" + k + " = _mm_loadu_pd(x + " + k + ");", {});
+        const int m = p.Add(Kind::kCompute, "const __m128d m" + k + " = _mm_mul_pd(l" + k + ", l" + k + ");", {l}, 10 * i);
+        const int n = p.Add(Kind::kCompute, "const __m128d n" + k + " = _mm_mul_pd(m" + k + ", m" + k + ");", {m}, 10 * i + 1);
+        p.Add(Kind::kStore, "_mm_storeu_pd(y + " + k + ", n" + k + ");", {n});
+    }
+    // Values alive at the busiest point of the emitted order: l, m and n of a
+    // chain live until the next statement of that chain.
+    auto most_alive = [](const std::string& body) {
+        std::set<std::string> alive;
+        size_t most = 0;
+        std::istringstream lines(body);
+        for (std::string line; std::getline(lines, line);) {
+            const size_t eq = line.find(" = ");
+            const std::string chain = line.substr(line.find_last_of("0123456789", line.find(')')), 1);
+            if (line.find("_mm_mul_pd(l") != std::string::npos) alive.erase("l" + chain);
+            if (line.find("_mm_mul_pd(m") != std::string::npos) alive.erase("m" + chain);
+            if (line.find("_mm_storeu_pd") != std::string::npos) alive.erase("n" + chain);
+            if (eq != std::string::npos) alive.insert(line.substr(eq - 2, 2));
+            most = std::max(most, alive.size());
+        }
+        return most;
+    };
+    const auto latency = gen::Program::Order::kByLatency;
+    EXPECT_LE(most_alive(p.Emit("", true)), 2u);  // built order: one chain at a time
+    EXPECT_GT(most_alive(p.Emit("", true, latency)), 3u);
+    EXPECT_LE(most_alive(p.Emit("", true, latency, 3)), 3u);
 }
 
 }  // namespace
