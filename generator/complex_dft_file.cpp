@@ -69,9 +69,9 @@ enum class SingleBody { kSsePair, kQuad, kTwinHalves };
 // instructions in all than the body it replaces and its estimate is at most
 // 30% above that body's: there most of what the census counts as shuffles
 // (sign flips, blends) issues on three ports, and so do 256-bit adds, so
-// the shuffle bound overstates the quad body. Measured, the
-// 14 lengths this adds ran 4-32% faster; the next one out (N = 23, 33%
-// above) was 5% slower, as were twin-halves lengths at 26-40% above.
+// the shuffle bound overstates the quad body. Measured, the 14 lengths this
+// adds ran 4-32% faster; the next one out (N = 23, 33% above) was 5% slower,
+// as were twin-halves lengths at 26-40% above.
 SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape& quad, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
     const bool fewer_instructions = isa == Isa::kX86_64_v4;

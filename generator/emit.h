@@ -31,8 +31,9 @@ struct KernelInput {
     int n;
     std::string const_table;  // name of the constant table to define
     // Registers the body's values may take (BodyRegisters): its order keeps
-    // at most this many alive where the algorithm's own order does.
-    int registers = 12;
+    // at most this many alive where the algorithm's own order does (0: no
+    // limit, as in Program::Emit).
+    int registers = 0;
 };
 
 KernelText EmitScalar(const KernelInput& in, bool products_in_double);
