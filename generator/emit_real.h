@@ -36,6 +36,9 @@ struct RealKernelInput {
     // one access.
     std::function<bool(int slot, int next_slot)> sources_adjacent = [](int, int) { return false; };
     std::function<bool(int store, int next_store)> stores_adjacent = [](int, int) { return false; };
+    // Values the packed SSE2 body keeps alive at once in its issue order
+    // (Program::Emit); 0: no limit.
+    int registers = 0;
 };
 
 struct RealCensus {

@@ -81,7 +81,7 @@ public:
             rec_.prelude.push_back({name, def});
         }
         // In issue order: 0.95-0.97 of the time in single precision.
-        text.body += prog_.Emit("    ", false, Program::Order::kByLatency);
+        text.body += prog_.Emit("    ", false, Program::Order::kByLatency, in_.registers);
         text.constants = consts_.Definition();
         text.census = census_;
         text.critical_path = prog_.CriticalPath();
