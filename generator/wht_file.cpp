@@ -20,14 +20,14 @@
 // element sees the same sums in the same order, with the same operand
 // order, as in the 128-bit kernels, so the results are the same bits.
 //
-// 512-bit vectors (16 floats or 8 doubles) are four 128-bit blocks, and the
-// row's top two bits select the block: vector k holds blocks k + m*count
-// (m = 0..3). Four whole-vector loads at blocks k + m*count and a 4 x 4
-// transpose of their blocks give vectors k..k+3; at the end the same
-// transpose makes each vector four consecutive blocks again, so the last
-// two bits are butterflies between whole vectors and every store is a whole
-// vector. Rows shorter than four such vectors keep the 256-bit kernels. The
-// 32 registers let a blocked transform keep sixteen vectors busy instead of
+// 512-bit vectors (16 floats or 8 doubles) are four 128-bit blocks and stay
+// in natural order: after the bits inside the blocks, the two bits that
+// select the block are butterflies between a vector and its blocks swapped
+// (one block shuffle, one xor and one add per bit), then the bits between
+// whole vectors; loads and stores are whole vectors. The bits are taken in
+// the same order as in the narrower kernels, so the sums are the same. Only
+// transforms shorter than one such vector keep the 256-bit kernels. The 32
+// registers let a blocked transform keep sixteen vectors busy instead of
 // eight.
 #include "wht_file.h"
 
@@ -68,8 +68,8 @@ Prec PrecOf(bool single, Isa isa) {
     return single ? Prec{true, "float", "__m128", "ps", 4} : Prec{false, "double", "__m128d", "pd", 2};
 }
 
-// The 256-bit shape of a 512-bit target: rows shorter than four 512-bit
-// vectors keep the 256-bit kernels (the quarter layout below needs four).
+// The 256-bit shape of a 512-bit target, for transforms shorter than one
+// 512-bit vector.
 Prec Narrower(const Prec& p) { return PrecOf(p.single, Isa::kX86_64_v3); }
 
 // Straight-line code with SSA names and a census.
@@ -115,6 +115,18 @@ public:
                                   "neg_odd");
             }
         }
+        if (p_.Blocks() != 4) return;
+        // 512-bit vectors are in their natural order, so the two bits that
+        // select the 128-bit block come next, each a butterfly with the
+        // vector's blocks swapped in pairs (0xB1: 1 0 3 2) or in halves
+        // (0x4E: 2 3 0 1): one shuffle per vector and bit, where a 4 x 4
+        // transpose of the blocks there and back would take two.
+        comment("bits between the 128-bit blocks of each vector");
+        const std::string blocks = std::string(p_.prefix) + "_shuffle_" + (p_.single ? "f32x4(" : "f64x2(");
+        for (std::string& x : v) {
+            x = LaneButterfly(x, blocks + x + ", " + x + ", 0xB1)", "neg_odd_blocks");
+            x = LaneButterfly(x, blocks + x + ", " + x + ", 0x4E)", "neg_hi_blocks");
+        }
     }
     std::string LaneButterfly(const std::string& x, const std::string& partner, const std::string& mask) {
         masks.insert(mask);
@@ -137,23 +149,6 @@ private:
     int next_ = 0;
 };
 
-// The 4 x 4 transpose of the 128-bit blocks of four 512-bit vectors: result
-// m holds block m of each row, in row order. Eight shuffles.
-std::vector<std::string> TransposeBlocks(Writer& w, const Prec& p, const std::vector<std::string>& rows) {
-    const std::string sh = std::string(p.prefix) + "_shuffle_" + (p.single ? "f32x4" : "f64x2") + "(";
-    auto pair = [&](const std::string& a, const std::string& b, const char* imm) {
-        const std::string t = w.New();
-        w.line("const " + std::string(p.vec) + " " + t + " = " + sh + a + ", " + b + ", " + imm + ");");
-        return t;
-    };
-    // (a0 a1 b0 b1) and (a2 a3 b2 b3), then the even and odd blocks of those.
-    const std::string t0 = pair(rows[0], rows[1], "0x44"), t1 = pair(rows[0], rows[1], "0xEE");
-    const std::string t2 = pair(rows[2], rows[3], "0x44"), t3 = pair(rows[2], rows[3], "0xEE");
-    std::vector<std::string> cols{pair(t0, t2, "0x88"), pair(t0, t2, "0xDD"), pair(t1, t3, "0x88"), pair(t1, t3, "0xDD")};
-    w.census.shuffles += 8;
-    return cols;
-}
-
 // The transform of `count` vectors (lane by lane, plus the bits inside each
 // vector when `lanes_too`), in two phases that each keep at most eight
 // vectors busy (sixteen with 32 registers), so the values fit the
@@ -164,15 +159,14 @@ std::vector<std::string> TransposeBlocks(Writer& w, const Prec& p, const std::ve
 //
 // Wide rows (`lanes_too` with blocks narrower than the vector) hold blocks k
 // and k + count in vector k, `step` being the block; they end with the top
-// bit between the halves (see the head of the file); 512-bit rows hold
-// blocks k + m*count and end with the top two bits between the blocks.
+// bit between the halves (see the head of the file); 512-bit rows are in
+// natural order.
 // Wide columns load and store whole vectors, unaligned: the aligned body
 // only knows 16 bytes.
 std::string BlockedTransform(const Prec& p, int count, const std::string& step, bool lanes_too, bool scaled,
                              Census& census) {
     Writer w(p);
-    const bool quarters = lanes_too && p.Blocks() == 4;
-    const bool halves = p.Wide() && lanes_too && !quarters;
+    const bool halves = lanes_too && p.Blocks() == 2;
     int low = 1;
     while (low < count && low < p.registers / 2) low <<= 1;
     const int groups = count / low;
@@ -181,22 +175,6 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         std::vector<std::string> group;
         for (int i = 0; i < low; ++i) {
             int index = g * low + i;
-            if (quarters) {
-                // Vectors index..index+3 at once: four whole-vector loads,
-                // at blocks index + m * count (m = 0..3), and a 4 x 4
-                // transpose of their blocks.
-                if (i % 4 == 0) {
-                    std::vector<std::string> rows;
-                    for (int m = 0; m < 4; ++m) {
-                        rows.push_back(w.New());
-                        w.line("const " + std::string(p.vec) + " " + rows.back() + " = " + p.prefix + "_loadu_" + p.suffix +
-                               "(in + " + std::to_string(index + m * count) + " * " + step + ");");
-                    }
-                    std::vector<std::string> cols = TransposeBlocks(w, p, rows);
-                    group.insert(group.end(), cols.begin(), cols.end());
-                }
-                continue;
-            }
             std::string t = w.New();
             if (!p.Wide()) {
                 w.line("const " + std::string(p.vec) + " " + t + " = Mem::Load(in + " + std::to_string(index) + " * " +
@@ -228,23 +206,7 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         w.AllStages(set);
         for (int g = 0; g < groups; ++g) v[g * low + r] = set[g];
     }
-    if (quarters) {
-        // The top two bits, between the blocks: vectors k..k+3 transposed
-        // again, so that vector m holds blocks k..k+3 + m * count, the
-        // butterflies between those four, and whole-vector stores.
-        w.comment("top two bits, between the 128-bit blocks");
-        for (int k = 0; k < count; k += 4) {
-            std::vector<std::string> u = TransposeBlocks(w, p, {v[k], v[k + 1], v[k + 2], v[k + 3]});
-            w.AllStages(u);
-            for (int m = 0; m < 4; ++m) {
-                const std::string value =
-                    scaled ? std::string(p.prefix) + "_mul_" + p.suffix + "(" + u[m] + ", s)" : u[m];
-                w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(k + m * count) + " * " +
-                       step + ", " + value + ");");
-            }
-        }
-        w.census.stores += count;
-    } else if (halves) {
+    if (halves) {
         // The top bit, between the halves: vectors 2i and 2i+1 regrouped as
         // (low halves, high halves), the butterfly, then each half stored as
         // the block it is: the sums are blocks 2i and 2i+1, the differences
@@ -298,7 +260,13 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         std::string def = m == "neg_hi_half" ? "qvn::SignMaskPs(false, false, true, true)"
                           : p.single        ? "qvn::SignMaskPs(false, true, false, true)"
                                             : "qvn::SignMaskPd(false, true)";
-        if (p.Blocks() == 4)  // the same mask in every block
+        if (m == "neg_odd_blocks" || m == "neg_hi_blocks") {
+            // Sign bits on the lanes of blocks 1 and 3, or of blocks 2 and 3.
+            const int bit = m == "neg_odd_blocks" ? 1 : 2;
+            def = std::string(p.prefix) + "_set_" + p.suffix + "(";
+            for (int lane = p.lanes - 1; lane >= 0; --lane)
+                def += std::string((lane / p.Block()) & bit ? "-0.0" : "0.0") + (p.single ? "f" : "") + (lane ? ", " : ")");
+        } else if (p.Blocks() == 4)  // the same mask in every block
             def = std::string(p.prefix) + "_broadcast_" + (p.single ? "f32x4" : "f64x2") + "(" + def + ")";
         else if (p.Wide())
             def = std::string(p.prefix) + "_set_m128" + (p.single ? "" : "d") + "(" + def + ", " + def + ")";
@@ -309,7 +277,10 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
 
 // Transform of n contiguous values, in registers: in -> out, scaled or not.
 std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name, Census& census) {
-    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(p.Block()), true, scaled, census);
+    // 256-bit rows hold blocks k and k + count in vector k, so their step is
+    // one block; 512-bit rows are in natural order, one vector per step.
+    const int step = p.Blocks() == 4 ? p.lanes : p.Block();
+    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(step), true, scaled, census);
     std::string sig = scaled ? ", " + std::string(p.vec) + " s" : "";
     return "template <class Mem>\ninline void " + name + "(const " + p.real + "* in, " + p.real + "* out" + sig +
            ") {\n" + body + "}\n\n";
@@ -395,17 +366,18 @@ std::string OneVectorBody(const Prec& p, Census& census) {
 // ones in three.
 std::vector<int> PassShape(int order, bool single, bool wide512) {
     if (wide512) {
-        // Rows of at least four 512-bit vectors (measured against shorter
-        // column passes and longer rows; the differences at orders 8-10 and
-        // in single precision were within the noise).
+        // Measured: rows of four vectors up to order 11 (double: 10), where
+        // longer rows were slower or no faster; orders 12 and 13 take rows
+        // of sixteen vectors, all in registers, and short middle passes,
+        // 7-13% faster than the rows of four.
         if (single) {
             switch (order) {
                 case 8: return {4, 64};
                 case 9: return {8, 64};
                 case 10: return {16, 64};
                 case 11: return {32, 64};
-                case 12: return {4, 16, 64};
-                case 13: return {8, 16, 64};
+                case 12: return {16, 256};
+                case 13: return {4, 8, 256};
             }
         } else {
             switch (order) {
@@ -414,8 +386,8 @@ std::vector<int> PassShape(int order, bool single, bool wide512) {
                 case 10: return {32, 32};
                 // Rows of 128: sixteen vectors in registers, one pass fewer.
                 case 11: return {16, 128};
-                case 12: return {2, 16, 128};
-                case 13: return {2, 32, 128};
+                case 12: return {4, 8, 128};
+                case 13: return {4, 16, 128};
             }
         }
     }
@@ -504,11 +476,11 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
 GeneratedFile WhtFile(int order, bool single, Isa isa) {
     const int n = 1 << order;
     Prec p = PrecOf(single, isa);
-    if (p.Blocks() == 4 && order < 8 && n / p.lanes < 4) p = Narrower(p);
+    if (p.Blocks() == 4 && n < p.lanes) p = Narrower(p);
     const std::string prec = single ? "32f" : "64f";
     // Order 3 in single precision fills one 256-bit vector: a kernel of its
     // own there. The orders below one vector are scalar code.
-    const bool one_vector = p.Wide() && single && n == p.lanes;
+    const bool one_vector = p.Blocks() == 2 && single && n == p.lanes;
     const bool scalar = !one_vector && (single ? order <= 3 : order <= 2);
     const bool passes = order >= 8;
     const ElemType type = single ? ElemType::kFloat : ElemType::kDouble;
