@@ -10,25 +10,17 @@
 // largest ones with a middle pass; every pass is a short loop around a
 // straight-line kernel written here.
 //
-// Wider vectors (256 bits: 8 floats or 4 doubles) are two 128-bit blocks.
-// The bits inside a block are done as above, with in-block shuffles. The
-// block bit is the row's top bit: vector k of a row holds block k and block
-// k + count (count = vectors per row), so every bit in between is a
-// butterfly between whole vectors, and the top bit, the last one, pairs two
-// vectors by their halves (one cross-half permute per vector) and stores
-// the halves where they belong. Columns need no shuffle at all. Every
-// element sees the same sums in the same order, with the same operand
-// order, as in the 128-bit kernels, so the results are the same bits.
-//
-// 512-bit vectors (16 floats or 8 doubles) are four 128-bit blocks and stay
-// in natural order: after the bits inside the blocks, the two bits that
-// select the block are butterflies between a vector and its blocks swapped
-// (one block shuffle, one xor and one add per bit), then the bits between
-// whole vectors; loads and stores are whole vectors. The bits are taken in
-// the same order as in the narrower kernels, so the sums are the same. Only
-// transforms shorter than one such vector keep the 256-bit kernels. The 32
-// registers let a blocked transform keep sixteen vectors busy instead of
-// eight.
+// Wider vectors (256 bits: 8 floats or 4 doubles; 512 bits: 16 or 8) are two
+// or four 128-bit blocks, and rows keep their natural order. The bits inside
+// a block are done as above, with in-block shuffles; the one or two bits
+// that select the block come next, each a butterfly between a vector and
+// its blocks swapped (one block shuffle, one xor and one add per vector),
+// then the bits between whole vectors. Loads and stores are whole vectors,
+// and columns need no shuffle at all. Every element sees the same sums in
+// the same order, with the same operand order, as in the 128-bit kernels,
+// so the results are the same bits. Transforms shorter than one 512-bit
+// vector keep the 256-bit kernels. The 32 registers of the 512-bit target
+// let a blocked transform keep sixteen vectors busy instead of eight.
 #include "wht_file.h"
 
 #include <cmath>
@@ -72,6 +64,12 @@ Prec PrecOf(bool single, Isa isa) {
 // 512-bit vector.
 Prec Narrower(const Prec& p) { return PrecOf(p.single, Isa::kX86_64_v3); }
 
+// The bits inside the vectors a blocked transform does, and their order:
+// none (columns), the order of the 128-bit vector kernels (in single
+// precision bit 1, then bit 0), or that of the scalar code (bit 0 first),
+// for an order that the 128-bit build does in scalar code.
+enum class LaneBits { kNone, kVectorOrder, kScalarOrder };
+
 // Straight-line code with SSA names and a census.
 class Writer {
 public:
@@ -102,31 +100,43 @@ public:
     // set take the difference: v' = partner + (v with those lanes negated).
     // One shuffle, one xor and one add per bit; the xor runs on any FP pipe,
     // which leaves the shuffle pipes less crowded than a transpose would.
-    void LaneStages(std::vector<std::string>& v) {
+    void LaneStages(std::vector<std::string>& v, LaneBits order) {
         comment(p_.Wide() ? "bits inside each 128-bit block" : "bits inside each vector");
         const std::string sh = std::string(p_.prefix) + "_shuffle_" + p_.suffix + "(";
         for (std::string& x : v) {
             if (p_.single) {
-                x = LaneButterfly(x, sh + x + ", " + x + ", _MM_SHUFFLE(1, 0, 3, 2))", "neg_hi_half");
-                x = LaneButterfly(x, sh + x + ", " + x + ", _MM_SHUFFLE(2, 3, 0, 1))", "neg_odd");
+                auto swapped = [&](const char* selector) { return sh + x + ", " + x + ", " + selector + ")"; };
+                const char* bit0 = "_MM_SHUFFLE(2, 3, 0, 1)";
+                const char* bit1 = "_MM_SHUFFLE(1, 0, 3, 2)";
+                if (order == LaneBits::kScalarOrder) {
+                    x = LaneButterfly(x, swapped(bit0), "neg_odd");
+                    x = LaneButterfly(x, swapped(bit1), "neg_hi_half");
+                } else {
+                    x = LaneButterfly(x, swapped(bit1), "neg_hi_half");
+                    x = LaneButterfly(x, swapped(bit0), "neg_odd");
+                }
             } else {
                 // One selector bit per element: swap within every block.
                 x = LaneButterfly(x, sh + x + ", " + x + ", " + (p_.Blocks() == 4 ? "0x55" : p_.Wide() ? "5" : "1") + ")",
                                   "neg_odd");
             }
         }
-        if (p_.Blocks() != 4) return;
-        // 512-bit vectors are in their natural order, so the two bits that
-        // select the 128-bit block come next, each a butterfly with the
-        // vector's blocks swapped in pairs (0xB1: 1 0 3 2) or in halves
-        // (0x4E: 2 3 0 1): one shuffle per vector and bit, where a 4 x 4
-        // transpose of the blocks there and back would take two.
+        if (!p_.Wide()) return;
+        // Wide vectors are in their natural order, so the bits that select
+        // the 128-bit block come next, each a butterfly with the vector's
+        // blocks swapped: halves for 256 bits; pairs (0xB1: 1 0 3 2), then
+        // halves (0x4E: 2 3 0 1) for 512. One shuffle per vector and bit,
+        // where regrouping the blocks there and back would take two.
         comment("bits between the 128-bit blocks of each vector");
-        const std::string blocks = std::string(p_.prefix) + "_shuffle_" + (p_.single ? "f32x4(" : "f64x2(");
-        for (std::string& x : v) {
-            x = LaneButterfly(x, blocks + x + ", " + x + ", 0xB1)", "neg_odd_blocks");
-            x = LaneButterfly(x, blocks + x + ", " + x + ", 0x4E)", "neg_hi_blocks");
-        }
+        const std::string swap = std::string(p_.prefix) + (p_.Blocks() == 2 ? std::string("_permute2f128_") + p_.suffix
+                                                           : p_.single        ? "_shuffle_f32x4"
+                                                                              : "_shuffle_f64x2");
+        const std::vector<const char*> selectors =
+            p_.Blocks() == 2 ? std::vector<const char*>{"1"} : std::vector<const char*>{"0xB1", "0x4E"};
+        for (std::string& x : v)
+            for (size_t bit = 0; bit < selectors.size(); ++bit)
+                x = LaneButterfly(x, swap + "(" + x + ", " + x + ", " + selectors[bit] + ")",
+                                  "neg_block_bit" + std::to_string(bit));
     }
     std::string LaneButterfly(const std::string& x, const std::string& partner, const std::string& mask) {
         masks.insert(mask);
@@ -150,23 +160,18 @@ private:
 };
 
 // The transform of `count` vectors (lane by lane, plus the bits inside each
-// vector when `lanes_too`), in two phases that each keep at most eight
+// vector as `lane_bits` says), in two phases that each keep at most eight
 // vectors busy (sixteen with 32 registers), so the values fit the
 // registers: first groups of eight (sixteen) consecutive vectors are
 // loaded and butterflied on their low bits, then the vectors that share
 // those low bits are butterflied on the high bits and stored. All loads come before the first store, so `in` may be
 // `out`. Returns the code; the census goes to `census`.
 //
-// Wide rows (`lanes_too` with blocks narrower than the vector) hold blocks k
-// and k + count in vector k, `step` being the block; they end with the top
-// bit between the halves (see the head of the file); 512-bit rows are in
-// natural order.
-// Wide columns load and store whole vectors, unaligned: the aligned body
+// Wide vectors are loaded and stored whole, unaligned: the aligned body
 // only knows 16 bytes.
-std::string BlockedTransform(const Prec& p, int count, const std::string& step, bool lanes_too, bool scaled,
+std::string BlockedTransform(const Prec& p, int count, const std::string& step, LaneBits lane_bits, bool scaled,
                              Census& census) {
     Writer w(p);
-    const bool halves = lanes_too && p.Blocks() == 2;
     int low = 1;
     while (low < count && low < p.registers / 2) low <<= 1;
     const int groups = count / low;
@@ -179,13 +184,6 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
             if (!p.Wide()) {
                 w.line("const " + std::string(p.vec) + " " + t + " = Mem::Load(in + " + std::to_string(index) + " * " +
                        step + ");");
-            } else if (halves) {
-                // Blocks `index` and `index + count` of the row.
-                w.line("const " + std::string(p.vec) + " " + t + " = " + p.prefix + "_set_m128" +
-                       (p.single ? "" : "d") + "(Mem::Load(in + " + std::to_string(index + count) + " * " + step +
-                       "), Mem::Load(in + " + std::to_string(index) + " * " + step + "));");
-                w.census.loads += 1;
-                w.census.shuffles += 1;  // the insert of the upper half
             } else {
                 w.line("const " + std::string(p.vec) + " " + t + " = " + p.prefix + "_loadu_" + p.suffix + "(in + " +
                        std::to_string(index) + " * " + step + ");");
@@ -193,7 +191,7 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
             group.push_back(t);
         }
         w.census.loads += low;
-        if (lanes_too) w.LaneStages(group);
+        if (lane_bits != LaneBits::kNone) w.LaneStages(group, lane_bits);
         if (low > 1) w.comment("vectors " + std::to_string(g * low) + ".." + std::to_string(g * low + low - 1));
         w.AllStages(group);
         std::copy(group.begin(), group.end(), v.begin() + g * low);
@@ -206,53 +204,16 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         w.AllStages(set);
         for (int g = 0; g < groups; ++g) v[g * low + r] = set[g];
     }
-    if (halves) {
-        // The top bit, between the halves: vectors 2i and 2i+1 regrouped as
-        // (low halves, high halves), the butterfly, then each half stored as
-        // the block it is: the sums are blocks 2i and 2i+1, the differences
-        // blocks 2i + count and 2i+1 + count.
-        w.comment("top bit, between the 128-bit halves");
-        const std::string perm = std::string(p.prefix) + "_permute2f128_" + p.suffix + "(";
-        std::vector<std::string> out(count);
-        for (int i = 0; i < count; i += 2) {
-            const std::string lo = w.New(), hi = w.New();
-            w.line("const " + std::string(p.vec) + " " + lo + " = " + perm + v[i] + ", " + v[i + 1] + ", 0x20), " + hi +
-                   " = " + perm + v[i] + ", " + v[i + 1] + ", 0x31);");
-            w.census.shuffles += 2;
-            std::vector<std::string> pair{lo, hi};
-            w.Stage(pair, 1);
-            out[i] = pair[0];
-            out[i + 1] = pair[1];
-        }
-        const std::string cast = p.single ? "_mm256_castps256_ps128(" : "_mm256_castpd256_pd128(";
-        const std::string extract = std::string(p.prefix) + "_extractf128_" + p.suffix + "(";
-        for (int i = 0; i < count; i += 2)
-            for (int k = 0; k < 2; ++k) {
-                const std::string& value0 = out[i + k];
-                std::string value = value0;
-                if (scaled) {
-                    value = w.New();
-                    w.line("const " + std::string(p.vec) + " " + value + " = " + p.prefix + "_mul_" + p.suffix + "(" +
-                           value0 + ", s);");
-                }
-                const int lo_block = i + k * count, hi_block = i + 1 + k * count;
-                w.line("Mem::Store(out + " + std::to_string(lo_block) + " * " + step + ", " + cast + value + "));");
-                w.line("Mem::Store(out + " + std::to_string(hi_block) + " * " + step + ", " + extract + value +
-                       ", 1));");
-            }
-        w.census.stores += 2 * count;
-    } else {
-        for (int i = 0; i < count; ++i) {
-            std::string value =
-                scaled ? std::string(p.prefix) + "_mul_" + std::string(p.suffix) + "(" + v[i] + ", s)" : v[i];
-            if (p.Wide())
-                w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(i) + " * " + step +
-                       ", " + value + ");");
-            else
-                w.line("Mem::Store(out + " + std::to_string(i) + " * " + step + ", " + value + ");");
-        }
-        w.census.stores += count;
+    for (int i = 0; i < count; ++i) {
+        std::string value =
+            scaled ? std::string(p.prefix) + "_mul_" + std::string(p.suffix) + "(" + v[i] + ", s)" : v[i];
+        if (p.Wide())
+            w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(i) + " * " + step + ", " +
+                   value + ");");
+        else
+            w.line("Mem::Store(out + " + std::to_string(i) + " * " + step + ", " + value + ");");
     }
+    w.census.stores += count;
     if (scaled) w.census.muls += count;
     census = w.census;
     std::string masks;
@@ -260,12 +221,13 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         std::string def = m == "neg_hi_half" ? "qvn::SignMaskPs(false, false, true, true)"
                           : p.single        ? "qvn::SignMaskPs(false, true, false, true)"
                                             : "qvn::SignMaskPd(false, true)";
-        if (m == "neg_odd_blocks" || m == "neg_hi_blocks") {
-            // Sign bits on the lanes of blocks 1 and 3, or of blocks 2 and 3.
-            const int bit = m == "neg_odd_blocks" ? 1 : 2;
+        if (m.starts_with("neg_block_bit")) {
+            // Sign bits on the lanes of the blocks whose index has that bit.
+            const int bit = m.back() - '0';
             def = std::string(p.prefix) + "_set_" + p.suffix + "(";
             for (int lane = p.lanes - 1; lane >= 0; --lane)
-                def += std::string((lane / p.Block()) & bit ? "-0.0" : "0.0") + (p.single ? "f" : "") + (lane ? ", " : ")");
+                def += std::string((lane / p.Block()) >> bit & 1 ? "-0.0" : "0.0") + (p.single ? "f" : "") +
+                       (lane ? ", " : ")");
         } else if (p.Blocks() == 4)  // the same mask in every block
             def = std::string(p.prefix) + "_broadcast_" + (p.single ? "f32x4" : "f64x2") + "(" + def + ")";
         else if (p.Wide())
@@ -276,11 +238,9 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
 }
 
 // Transform of n contiguous values, in registers: in -> out, scaled or not.
-std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name, Census& census) {
-    // 256-bit rows hold blocks k and k + count in vector k, so their step is
-    // one block; 512-bit rows are in natural order, one vector per step.
-    const int step = p.Blocks() == 4 ? p.lanes : p.Block();
-    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(step), true, scaled, census);
+std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name, Census& census,
+                      LaneBits lane_bits = LaneBits::kVectorOrder) {
+    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(p.lanes), lane_bits, scaled, census);
     std::string sig = scaled ? ", " + std::string(p.vec) + " s" : "";
     return "template <class Mem>\ninline void " + name + "(const " + p.real + "* in, " + p.real + "* out" + sig +
            ") {\n" + body + "}\n\n";
@@ -289,8 +249,8 @@ std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name
 // Transform of n values down a column, `lanes` columns at once, kStride apart.
 std::string ColumnKernel(const Prec& p, int n, const std::string& name, Census& census) {
     Census scaled_census;
-    std::string scaled = BlockedTransform(p, n, "kStride", false, true, scaled_census);
-    std::string plain = BlockedTransform(p, n, "kStride", false, false, census);
+    std::string scaled = BlockedTransform(p, n, "kStride", LaneBits::kNone, true, scaled_census);
+    std::string plain = BlockedTransform(p, n, "kStride", LaneBits::kNone, false, census);
     auto indent = [](const std::string& text) {
         std::string out;
         size_t start = 0;
@@ -330,34 +290,6 @@ std::string ScalarBody(const Prec& p, int n, Census& census) {
     census.loads += n;
     census.stores += n;
     census.muls += n;
-    return text;
-}
-
-// The order that fills exactly one 256-bit vector (8 floats), which the
-// 128-bit build does in scalar code: the bits in the scalar code's order
-// (0, 1, then 2 across the halves), each as a butterfly with a permuted copy.
-std::string OneVectorBody(const Prec& p, Census& census) {
-    const std::string v = p.vec, pre = p.prefix, sfx = p.suffix;
-    std::string text = "    const " + v + " x0 = " + pre + "_loadu_" + sfx + "(x);\n";
-    struct Bit {
-        std::string partner, mask;
-    };
-    const std::vector<Bit> bits = {
-        {pre + "_shuffle_" + sfx + "(x0, x0, _MM_SHUFFLE(2, 3, 0, 1))", "qvn::SignMaskPs(false, true, false, true), qvn::SignMaskPs(false, true, false, true)"},
-        {pre + "_shuffle_" + sfx + "(x1, x1, _MM_SHUFFLE(1, 0, 3, 2))", "qvn::SignMaskPs(false, false, true, true), qvn::SignMaskPs(false, false, true, true)"},
-        {pre + "_permute2f128_" + sfx + "(x2, x2, 1)", "qvn::SignMaskPs(true, true, true, true), qvn::SignMaskPs(false, false, false, false)"},
-    };
-    for (size_t b = 0; b < bits.size(); ++b) {
-        const std::string x = "x" + std::to_string(b), y = "x" + std::to_string(b + 1);
-        text += "    // bit " + std::to_string(b) + "\n    const " + v + " " + y + " = " + pre + "_add_" + sfx + "(" + bits[b].partner + ", " + pre +
-                "_xor_" + sfx + "(" + x + ", " + pre + "_set_m128(" + bits[b].mask + ")));\n";
-        census.adds += 1;
-        census.shuffles += 2;
-    }
-    text += "    " + std::string(pre) + "_storeu_" + sfx + "(y, " + pre + "_mul_" + sfx + "(x3, " + pre + "_set1_" + sfx + "(scale)));\n";
-    census.loads += 1;
-    census.stores += 1;
-    census.muls += 1;
     return text;
 }
 
@@ -478,10 +410,9 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
     Prec p = PrecOf(single, isa);
     if (p.Blocks() == 4 && n < p.lanes) p = Narrower(p);
     const std::string prec = single ? "32f" : "64f";
-    // Order 3 in single precision fills one 256-bit vector: a kernel of its
-    // own there. The orders below one vector are scalar code.
-    const bool one_vector = p.Blocks() == 2 && single && n == p.lanes;
-    const bool scalar = !one_vector && (single ? order <= 3 : order <= 2);
+    // Orders 1 and 2 are scalar code, and so is order 3 in single precision
+    // unless it fills one 256-bit vector.
+    const bool scalar = order <= 2 || (single && order == 3 && !p.Wide());
     const bool passes = order >= 8;
     const ElemType type = single ? ElemType::kFloat : ElemType::kDouble;
 
@@ -489,16 +420,15 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
     file.name = "wht_" + std::to_string(order) + "_" + prec + ".cpp";
     std::string kernels, body, layout;
     Census census;
-    if (one_vector) {
-        layout = "AVX, one vector";
-        body = OneVectorBody(p, census);
-    } else if (scalar) {
+    if (scalar) {
         layout = "scalar";
         body = ScalarBody(p, n, census);
     } else if (!passes) {
         layout = std::string(p.Blocks() == 4 ? "AVX-512" : p.Wide() ? "AVX" : "SSE2") + " in registers, " + std::to_string(p.lanes) +
                  " values per vector";
-        kernels = RowKernel(p, n, true, "Transform", census);
+        const bool scalar_in_baseline = single && order == 3;
+        kernels = RowKernel(p, n, true, "Transform", census,
+                            scalar_in_baseline ? LaneBits::kScalarOrder : LaneBits::kVectorOrder);
         body = "    Transform<Mem>(x, y, " + std::string(p.prefix) + "_set1_" + std::string(p.suffix) + "(scale));\n";
     } else {
         layout = "passes";
@@ -508,7 +438,8 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
     const double inv_n = 1.0 / n, inv_sqrt = 1.0 / std::sqrt(static_cast<double>(n));
     std::string scales = "{" + HexLiteral(1.0L, type) + ", " + HexLiteral(inv_n, type) + " /* " + DecimalText(inv_n, type) +
                          " */, " + HexLiteral(inv_sqrt, type) + " /* " + DecimalText(inv_sqrt, type) + " */}";
-    const bool two_bodies = !scalar && !one_vector;  // those two load and store without alignment
+    // Scalar code and wide vectors load and store without alignment.
+    const bool two_bodies = !scalar && !p.Wide();
     file.census = "qvngWHT_" + std::to_string(order) + "_" + prec + ": " + census.Text() + "\n";
     file.text = "// Generated by qvngen-gen wht -- do not edit.\n"
                 "// Walsh-Hadamard transform, order " + std::to_string(order) + " (" + std::to_string(n) +
