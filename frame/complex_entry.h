@@ -29,11 +29,10 @@ struct ComplexOf<double> {
 template <class Real>
 using ComplexBody = void (*)(const Real*, Real*, Real);
 
-// Wide-vector kernels pass their page-safe body as UnalignedBody, the
-// PageCheck that chooses it, and optionally a body of 256-bit halves
-// (frame/entry.h).
+// Wide-vector kernels pass their page-safe body as UnalignedBody and the
+// PageCheck that chooses it (frame/entry.h).
 template <Direction D, class R, const ScaleSet<R>& S, bool TwoBodies, ComplexBody<R> AlignedBody,
-          ComplexBody<R> UnalignedBody, PageCheck Page = PageCheck{}, ComplexBody<R> HalvesBody = nullptr>
+          ComplexBody<R> UnalignedBody, PageCheck Page = PageCheck{}>
 struct ComplexKernel {
     using Elem = typename ComplexOf<R>::type;
     using Real = R;
@@ -41,7 +40,6 @@ struct ComplexKernel {
     static constexpr ComplexBody<R> kAligned = AlignedBody;
     static constexpr ComplexBody<R> kUnaligned = UnalignedBody;
     static constexpr PageCheck kPageCheck = Page;
-    static constexpr ComplexBody<R> kHalves = HalvesBody;
 
     // Null pointers, then the flag; nothing is read or written before both pass.
     static Status Checked(ComplexBody<R> body, const Elem* src, Elem* dst, int32_t flag) {

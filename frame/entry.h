@@ -6,25 +6,17 @@
 // pointer is aligned, so it always reaches the null test of the body it picks.
 //
 // Wide-vector kernels (kPageCheck.bytes != 0): their first body loads and
-// stores 32 or 64 bytes at a time, unaligned, and an access that crosses a
-// 4 KB page boundary costs tens of cycles (a 16-byte-aligned array from
-// malloc that ends in the next page has one). Their twin moves the same
-// values in 128-bit pieces, which cross no page on a 16-byte-aligned array
-// (for the 512-bit double kernels up to N = 48 it is the 256-bit body of the
-// same DAG in 128-bit pieces). The call goes to the twin when the source's or
-// the destination's byte range crosses a page and that array is not on the
-// boundary (kPageCheck.align) that keeps every wide access of the first body
-// inside one page. A null pointer crosses nothing.
-//
-// A kernel whose first body is safe on 64-byte-aligned arrays may also have
-// kHalves, a third body of 256-bit halves, safe on 32-byte-aligned arrays
-// and as fast as the first: a crossing call with both arrays on a 32-byte
-// boundary goes there. Where the 128-bit twin costs more than the crossing
-// itself (long 512-bit kernels), kUnaligned is kAligned and only the halves
-// are taken.
+// stores 32 bytes at a time, unaligned, and an access that crosses a 4 KB
+// page boundary costs tens of cycles (a 16-byte-aligned array from malloc
+// that ends in the next page has one). Their twin moves the same values in
+// 128-bit pieces, which cross no page on a 16-byte-aligned array. The call
+// goes to the twin when the source's or the destination's byte range
+// crosses a page and that array is not on the boundary (kPageCheck.align)
+// that keeps every wide access of the first body inside one page. A null
+// pointer crosses nothing.
 //
 // A Kernel provides kTwoBodies, kAligned and kUnaligned (its two bodies),
-// optionally kPageCheck and kHalves, and
+// optionally kPageCheck, and
 //   static Status Checked(Body body, Src src, Dst dst, Args... args)
 // which does the family's checks in order and then runs `body`.
 #pragma once
@@ -57,11 +49,6 @@ template <class Kernel, class Src, class Dst, class... Args>
 }
 
 template <class Kernel, class Src, class Dst, class... Args>
-[[gnu::noinline]] Status HalvesTwin(Src src, Dst dst, Args... args) {
-    return Kernel::Checked(Kernel::kHalves, src, dst, args...);
-}
-
-template <class Kernel, class Src, class Dst, class... Args>
 inline Status Entry(Src src, Dst dst, Args... args) {
     if constexpr (Kernel::kTwoBodies) {
         auto misalignment = reinterpret_cast<std::uintptr_t>(src) | reinterpret_cast<std::uintptr_t>(dst);
@@ -72,13 +59,7 @@ inline Status Entry(Src src, Dst dst, Args... args) {
             constexpr PageCheck c = Kernel::kPageCheck;
             static_assert(c.bytes <= kPageBytes);
             const auto s = reinterpret_cast<std::uintptr_t>(src), d = reinterpret_cast<std::uintptr_t>(dst);
-            if (CrossesPageUnaligned<c>(s) | CrossesPageUnaligned<c>(d)) {
-                if constexpr (Kernel::kHalves != nullptr) {
-                    static_assert(c.align == 64);
-                    if (((s | d) & 31u) == 0) return HalvesTwin<Kernel>(src, dst, args...);
-                }
-                if constexpr (Kernel::kUnaligned != Kernel::kAligned) return UnalignedTwin<Kernel>(src, dst, args...);
-            }
+            if (CrossesPageUnaligned<c>(s) | CrossesPageUnaligned<c>(d)) return UnalignedTwin<Kernel>(src, dst, args...);
         }
     }
     return Kernel::Checked(Kernel::kAligned, src, dst, args...);

@@ -97,47 +97,15 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape
     return twin ? SingleBody::kTwinHalves : SingleBody::kSsePair;
 }
 
-// The double-precision body of the 512-bit target: four complex doubles per
-// __m512d where that body's estimate beats two per __m256d. The estimate, in
-// half cycles: 256-bit arithmetic issues on two ports and shuffles on a
-// third (EstimatedCycles); 512-bit arithmetic and shuffles share two ports,
-// the shuffles only one of them. Measured over N = 6..64, the quad body ran
-// 10-38% slower wherever it needed half again the pair body's shuffles, and
-// up to 20% faster where it did not.
-int EstimatedCycles512(const Census& c) { return std::max(c.adds + c.muls + c.shuffles, 2 * c.shuffles); }
-
-bool QuadDoubleWins(int n, const std::string& recipe_text) {
-    const Recipe recipe = ParseRecipe(recipe_text);
-    int pair = 0, quad = 0;
-    ForEachDirection(n, recipe, Isa::kX86_64_v4, [&](bool, const KernelInput& in) {
-        pair += EstimatedCycles(EmitPaired(in, AvxPairDouble()).census);
-        quad += EstimatedCycles512(EmitQuad(in, Avx512QuadDouble()).census);
-    });
-    return quad < pair;
-}
-
 // The page check of a wide body (frame/entry.h), read from its text: every
-// access wider than 128 bits (`Mem::Load(x + k)`, `Mem::Store(y + k, ...)`,
-// two or three values of LoadComplexesLow512/StoreComplexesLow512), with its
-// width in bytes. The first body is safe on an array aligned to the widest
-// of them if each sits at a multiple of its own width; otherwise on none.
-// Empty when the body has no such access (128-bit pieces cross no page on a
-// 16-byte-aligned array).
-std::string PageCheckText(const std::string& body, int elem_bytes, int wide_bytes, int n) {
-    struct Pattern {
-        const char* prefix;
-        int width;
-    };
-    const Pattern patterns[] = {{"Mem::Load(", wide_bytes},
-                                {"Mem::Store(", wide_bytes},
-                                {"qvn::LoadComplexesLow512<2, Mem>(", 32},
-                                {"qvn::LoadComplexesLow512<3, Mem>(", 64},
-                                {"qvn::StoreComplexesLow512<2, Mem>(", 32},
-                                {"qvn::StoreComplexesLow512<3, Mem>(", 64}};
-    int align = 0;
+// 256-bit access (`Mem::Load(x + k)`, `Mem::Store(y + k, ...)`). The first
+// body is safe on a 32-byte-aligned array if each access sits at a multiple
+// of 32 bytes; otherwise on none. Empty when the body has no such access
+// (128-bit pieces cross no page on a 16-byte-aligned array).
+std::string PageCheckText(const std::string& body, int elem_bytes, int n) {
+    constexpr int kWideBytes = 32;
     bool aligned_safe = true, any = false;
-    for (const Pattern& pat : patterns) {
-        const std::string prefix = pat.prefix;
+    for (const std::string prefix : {"Mem::Load(", "Mem::Store("}) {
         for (size_t at = body.find(prefix); at != std::string::npos; at = body.find(prefix, at + 1)) {
             size_t p = at + prefix.size();
             if (body[p] != 'x' && body[p] != 'y') throw std::runtime_error("unexpected address in " + prefix);
@@ -151,12 +119,11 @@ std::string PageCheckText(const std::string& body, int elem_bytes, int wide_byte
             }
             if (body[p] != ')' && body[p] != ',') throw std::runtime_error("unexpected address in " + prefix);
             any = true;
-            align = std::max(align, pat.width);
-            if (offset * elem_bytes % pat.width != 0) aligned_safe = false;
+            if (offset * elem_bytes % kWideBytes != 0) aligned_safe = false;
         }
     }
     if (!any) return "";
-    return "qvn::PageCheck{" + std::to_string(n * 2 * elem_bytes) + ", " + std::to_string(aligned_safe ? align : 0) +
+    return "qvn::PageCheck{" + std::to_string(n * 2 * elem_bytes) + ", " + std::to_string(aligned_safe ? kWideBytes : 0) +
            "}";
 }
 
@@ -174,7 +141,6 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     // Up to N = 5 a double kernel is a short dependency chain: pairing only
     // adds shuffles to it (measured 5-30% slower), so it keeps its SSE2 text.
     const bool avx_double = !single && isa != Isa::kX86_64 && n > 5;
-    const bool quad_double = avx_double && isa == Isa::kX86_64_v4 && QuadDoubleWins(n, recipe_text);
     // The AVX-512 target masks operations per slot (mixed products).
     const QuadShape& quad_float = isa == Isa::kX86_64_v4 ? AvxQuadFloatMasked() : AvxQuadFloat();
     const SingleBody body = single && !scalar && !vector_double_products && isa != Isa::kX86_64
@@ -183,7 +149,7 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
-    const std::string wide_access = quad_double ? "qvn::Unaligned512" : "qvn::Unaligned256";
+    const std::string wide_access = "qvn::Unaligned256";
     // Bodies for any alignment: the wide kernels load and store unaligned
     // throughout, so they need no aligned twin; their twin is the page-safe
     // body where they have accesses wider than 128 bits.
@@ -193,7 +159,6 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     file.name = "dft_c_" + std::to_string(n) + "_" + prec + ".cpp";
     std::string layout = scalar ? (products_in_double ? "scalar, constant products formed in double"
                                                       : "scalar single precision")
-                                : quad_double ? "AVX-512, four complex values per __m512d"
                                 : avx_single ? "AVX, four complex values per __m256"
                                 : twin_halves ? "AVX, sibling pairs of two complex values in the halves of a __m256"
                                 : vector_double_products ? "two complex values per __m128, constant products formed in double"
@@ -208,7 +173,6 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                        : twin_halves ? EmitTwinHalves(in)
                        : vector_double_products ? EmitSsePairedDoubleProducts(in)
                        : single     ? EmitSsePaired(in)
-                       : quad_double ? EmitQuad(in, Avx512QuadDouble())
                        : avx_double ? EmitPaired(in, AvxPairDouble())
                                     : EmitSseDouble(in);
 
@@ -220,40 +184,11 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         kernels += "template <class Mem>\ninline void " + fn + "(const " + real + "* x, " + real + "* y, " + real +
                    " scale) {\n" + k.body + "}\n\n";
         std::string alias = fn + "Kernel";
-        const std::string page_check =
-            avx ? PageCheckText(k.body, single ? 4 : 8, quad_double ? 64 : 32, n) : std::string();
-        // A 512-bit body safe on 64-byte-aligned arrays also gets a body of
-        // 256-bit halves for crossing arrays on a 32-byte boundary.
-        const std::string halves =
-            quad_double && page_check.ends_with(", 64}") ? ", " + fn + "<qvn::Halves512>" : std::string();
-        // Its own body in 128-bit pieces costs three inserts per load
-        // (measured 1.25-1.45x its whole-access time at N = 16 and 32).
-        // Up to 768 bytes (N <= 48) the crossing arrays off a 32-byte
-        // boundary take the two-per-__m256d body in 128-bit pieces instead
-        // (1.1-1.25x); beyond, the one split load and store of the first
-        // body cost less than either (N = 52, 53, 60, 64: first body
-        // 1.04-1.15x, pair body 1.2-1.3x), so the first body serves them.
-        if (quad_double && !page_check.empty() && halves.empty())
-            throw std::runtime_error("512-bit body of length " + std::to_string(n) +
-                                     " is not safe on 64-byte-aligned arrays: no page-safe body for it");
-        const bool pair_twin = !halves.empty() && n <= 48;
-        if (pair_twin) {
-            const KernelText pair =
-                EmitPaired(KernelInput{in.dag, in.outputs, n, forward ? "kForwardPairConstants" : "kInversePairConstants",
-                                       in.registers},
-                           AvxPairDouble());
-            if (!pair.constants.empty()) kernels += pair.constants + "\n";
-            kernels += "template <class Mem>\ninline void " + fn + "Pair(const " + real + "* x, " + real + "* y, " +
-                       real + " scale) {\n" + pair.body + "}\n\n";
-        }
-        const std::string safe_body = !halves.empty() && n > 48 ? fn + "<" + wide_access + ">"
-                                      : pair_twin                ? fn + "Pair<qvn::PageSafe256>"
-                                                                 : fn + "<qvn::PageSafe256>";
+        const std::string page_check = avx ? PageCheckText(k.body, single ? 4 : 8, n) : std::string();
         const std::string bodies = !avx ? fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>"
                                    : page_check.empty()
                                        ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
-                                       : fn + "<" + wide_access + ">, " + safe_body + ", " + page_check +
-                                             halves;
+                                       : fn + "<" + wide_access + ">, " + fn + "<qvn::PageSafe256>, " + page_check;
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
                    ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
         entries += "QVN_DEFINE_COMPLEX_ENTRY(" + export_name + ", " + alias + ")\n";
@@ -263,15 +198,9 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                 "// Complex DFT, N = " + std::to_string(n) + ", " + (single ? "single" : "double") +
                 " precision (" + layout + ").\n"
                 "// Scheme: " + recipe_text + " = " + Describe(recipe) + "\n" + census_comment +
-                (quad_double && n <= 48 ? "// ForwardPair, InversePair: the same DAG two complex values per __m256d, in\n"
-                                          "// 128-bit accesses for arrays that cross a 4 KB page off a 32-byte boundary.\n"
-                                        : "") +
                 (avx || vector_double_products ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
                 "#include \"frame/complex_entry.h\"\n" +
-                (quad_double && n <= 48 ? "#include \"frame/avx512_complex_access.h\"\n#include \"frame/avx_complex_access.h\"\n\n"
-                 : quad_double ? "#include \"frame/avx512_complex_access.h\"\n\n"
-                 : avx       ? "#include \"frame/avx_complex_access.h\"\n\n"
-                             : "#include \"frame/sse_access.h\"\n\n") +
+                (avx ? "#include \"frame/avx_complex_access.h\"\n\n" : "#include \"frame/sse_access.h\"\n\n") +
                 "namespace {\n\n"
                 "constexpr qvn::ScaleSet<" + real + "> kScales = " + ScaleSetText(n, type) + ";\n\n" +
                 kernels + "}  // namespace\n\n" + entries;

@@ -1,7 +1,6 @@
 // Quad emitter: four complex values per register, in two halves (slots 0, 1
-// low; 2, 3 high), e.g. four complex floats per __m256 or four complex
-// doubles per __m512d. It plans
-// like the pair emitter (emit_sse_paired.cpp), one level up:
+// low; 2, 3 high): four complex floats per __m256. It plans like the pair
+// emitter (emit_sse_paired.cpp), one level up:
 //   1. four sibling sub-transforms of one stage whose node sequences agree
 //      (up to add against subtract) run side by side, outermost stages
 //      first, so four neighbouring columns share one load;
@@ -107,66 +106,6 @@ public:
         for (int s = 0; s < 4; ++s)
             if (slots[s]) imm |= 3 << (2 * s);
         return "_mm256_mask_" + std::string(name) + "_ps(" + src + ", " + Hex(imm) + ", " + a + ", " + b + ")";
-    }
-};
-
-// AVX-512, double precision: four complex doubles per __m512d, one per
-// 128-bit lane; the "halves" are the 256-bit halves. Moves of whole complex
-// values between lanes are 128-bit lane shuffles (one instruction each);
-// blends are masked moves, which issue on two ports instead of one.
-class Avx512QuadDoubleShape : public QuadShape {
-public:
-    ElemType Elem() const override { return ElemType::kDouble; }
-    std::string Type() const override { return "__m512d"; }
-    std::string Op(const char* name) const override { return std::string("_mm512_") + name + "_pd"; }
-    std::string SwapParts(const std::string& x) const override { return "_mm512_permute_pd(" + x + ", 0x55)"; }
-    std::string SignMask(const std::vector<bool>& lanes) const override {
-        return "qvn::SignMask512Pd(" + Bools(lanes) + ")";
-    }
-    std::string CombineHalves(const std::string& v1, int h1, const std::string& v2, int h2) const override {
-        if (h1 == 0 && h2 == 1) return "_mm512_mask_blend_pd(0xF0, " + v1 + ", " + v2 + ")";
-        return LaneShuffle(v1, 2 * h1, 2 * h1 + 1, v2, 2 * h2, 2 * h2 + 1);
-    }
-    // Result lanes (a.i, b.j, a.2+i, b.2+j): no single lane shuffle does
-    // that, one two-source permute does.
-    std::string ShuffleInHalves(const std::string& a, int i, const std::string& b, int j) const override {
-        return "_mm512_permutex2var_pd(" + a + ", qvn::LanePick512(" + std::to_string(i) + ", " +
-               std::to_string(4 + j) + ", " + std::to_string(2 + i) + ", " + std::to_string(6 + j) + "), " + b + ")";
-    }
-    std::string Permute(const std::string& x, const std::vector<int>& from) const override {
-        std::vector<int> f(from);
-        for (int s = 0; s < 4; ++s)
-            if (f[s] < 0) f[s] = s;
-        return LaneShuffle(x, f[0], f[1], x, f[2], f[3]);
-    }
-    std::string Blend(const std::string& a, const std::string& b, const std::vector<bool>& from_b) const override {
-        int imm = 0;
-        for (int s = 0; s < 4; ++s)
-            if (from_b[s]) imm |= 3 << (2 * s);
-        return "_mm512_mask_blend_pd(" + Hex(imm) + ", " + a + ", " + b + ")";
-    }
-    std::string LoadLow(const std::string& address, int count) const override {
-        if (count == 4) return "Mem::Load(" + address + ")";
-        return "qvn::LoadComplexesLow512<" + std::to_string(count) + ", Mem>(" + address + ")";
-    }
-    std::string StoreLow(const std::string& address, int count, const std::string& value) const override {
-        if (count == 4) return "Mem::Store(" + address + ", " + value + ");";
-        return "qvn::StoreComplexesLow512<" + std::to_string(count) + ", Mem>(" + address + ", " + value + ");";
-    }
-    bool MaskedOps() const override { return true; }
-    std::string MaskedCall(const char* name, const std::string& src, const std::vector<bool>& slots,
-                           const std::string& a, const std::string& b) const override {
-        int imm = 0;
-        for (int s = 0; s < 4; ++s)
-            if (slots[s]) imm |= 3 << (2 * s);
-        return "_mm512_mask_" + std::string(name) + "_pd(" + src + ", " + Hex(imm) + ", " + a + ", " + b + ")";
-    }
-
-private:
-    // Lanes 0, 1 of the result from lanes p, q of a; lanes 2, 3 from lanes
-    // r, s of b.
-    static std::string LaneShuffle(const std::string& a, int p, int q, const std::string& b, int r, int s) {
-        return "_mm512_shuffle_f64x2(" + a + ", " + b + ", " + Hex(p | q << 2 | r << 4 | s << 6) + ")";
     }
 };
 
@@ -1042,11 +981,6 @@ const QuadShape& AvxQuadFloat() {
 
 const QuadShape& AvxQuadFloatMasked() {
     static const Avx512VlQuadFloatShape shape;
-    return shape;
-}
-
-const QuadShape& Avx512QuadDouble() {
-    static const Avx512QuadDoubleShape shape;
     return shape;
 }
 

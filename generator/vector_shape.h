@@ -96,9 +96,6 @@ const PairShape& AvxPairDouble();
 const QuadShape& AvxQuadFloat();
 // The same on an AVX-512 target, where operations can be masked per slot.
 const QuadShape& AvxQuadFloatMasked();
-// AVX-512, double precision: four complex doubles per __m512d, one per
-// 128-bit lane (the 256-bit halves are the quad's halves).
-const QuadShape& Avx512QuadDouble();
 
 // AVX, single precision: the two-per-__m128 kernel with pairs of its
 // instructions that do the same work on sibling data fused into one __m256

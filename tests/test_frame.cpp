@@ -79,9 +79,9 @@ TEST(Allocation, NonPositiveCountGivesNull) {
 }
 
 // A kernel for frame/entry.h whose bodies only report which one ran, with
-// the page check of a 528-byte array whose first body is safe on 64-byte
-// boundaries, and optionally a halves body.
-enum class Ran { kNone, kFirst, kPieces, kHalves };
+// the page check of a 528-byte array whose first body is safe on 32-byte
+// boundaries.
+enum class Ran { kNone, kFirst, kPieces };
 Ran g_ran = Ran::kNone;
 using Body = void (*)();
 
@@ -90,53 +90,35 @@ using Body = void (*)();
 // if constexpr.
 void First() { g_ran = Ran::kFirst; }
 void Pieces() { g_ran = Ran::kPieces; }
-void Halves() { g_ran = Ran::kHalves; }
 
-template <bool WithHalves, bool WithPieces = true>
 struct FakeKernel {
     static constexpr bool kTwoBodies = false;
     static constexpr Body kAligned = First;
-    static constexpr Body kUnaligned = WithPieces ? Pieces : First;
-    static constexpr Body kHalves = WithHalves ? Halves : nullptr;
-    static constexpr qvn::PageCheck kPageCheck{528, 64};
+    static constexpr Body kUnaligned = Pieces;
+    static constexpr qvn::PageCheck kPageCheck{528, 32};
     static Status Checked(Body body, const char*, char*) {
         body();
         return kStatusOk;
     }
 };
 
-template <class Kernel>
 Ran RunAt(std::uintptr_t src, std::uintptr_t dst) {
     g_ran = Ran::kNone;
-    qvn::Entry<Kernel>(reinterpret_cast<const char*>(src), reinterpret_cast<char*>(dst));
+    qvn::Entry<FakeKernel>(reinterpret_cast<const char*>(src), reinterpret_cast<char*>(dst));
     return g_ran;
 }
 
 TEST(PageChoice, CrossingUnalignedArraysTakeTheTwin) {
-    using K = FakeKernel<false>;
     const std::uintptr_t page = 1u << 20;  // never dereferenced
-    EXPECT_EQ(RunAt<K>(page - 528, page + 16), Ran::kFirst) << "source ends exactly at the boundary";
-    EXPECT_EQ(RunAt<K>(page - 520, page + 16), Ran::kPieces) << "source crosses by 8 bytes";
-    EXPECT_EQ(RunAt<K>(page + 16, page - 16), Ran::kPieces) << "destination crosses";
-    EXPECT_EQ(RunAt<K>(page - 8, page - 8), Ran::kPieces) << "8-byte aligned, both cross";
-    EXPECT_EQ(RunAt<K>(page - 64, page - 128), Ran::kFirst) << "crossing on the safe boundary";
-    EXPECT_EQ(RunAt<K>(page - 32, page + 32), Ran::kPieces) << "32-byte aligned, no halves body";
-    EXPECT_EQ(RunAt<K>(0, page - 16), Ran::kPieces) << "a null source is decided by the destination";
-    EXPECT_EQ(RunAt<K>(0, 0), Ran::kFirst);
-}
-
-TEST(PageChoice, HalvesServeCrossingArraysOn32ByteBoundaries) {
-    using K = FakeKernel<true>;
-    const std::uintptr_t page = 1u << 20;
-    EXPECT_EQ(RunAt<K>(page - 32, page + 32), Ran::kHalves);
-    EXPECT_EQ(RunAt<K>(page - 32, page - 96), Ran::kHalves);
-    EXPECT_EQ(RunAt<K>(page - 32, page + 16), Ran::kPieces) << "destination only 16-byte aligned";
-    EXPECT_EQ(RunAt<K>(page - 48, page + 64), Ran::kPieces);
-    EXPECT_EQ(RunAt<K>(page + 32, page + 96), Ran::kFirst) << "32-byte aligned but crossing nothing";
-    // Without a pieces body, the first body serves what the halves cannot.
-    using L = FakeKernel<true, false>;
-    EXPECT_EQ(RunAt<L>(page - 48, page + 64), Ran::kFirst);
-    EXPECT_EQ(RunAt<L>(page - 32, page - 32), Ran::kHalves);
+    EXPECT_EQ(RunAt(page - 528, page + 16), Ran::kFirst) << "source ends exactly at the boundary";
+    EXPECT_EQ(RunAt(page - 520, page + 16), Ran::kPieces) << "source crosses by 8 bytes";
+    EXPECT_EQ(RunAt(page + 16, page - 16), Ran::kPieces) << "destination crosses";
+    EXPECT_EQ(RunAt(page - 8, page - 8), Ran::kPieces) << "8-byte aligned, both cross";
+    EXPECT_EQ(RunAt(page - 32, page - 96), Ran::kFirst) << "crossing on the safe boundary";
+    EXPECT_EQ(RunAt(page - 48, page + 64), Ran::kPieces) << "16-byte aligned source crosses";
+    EXPECT_EQ(RunAt(page + 48, page + 96), Ran::kFirst) << "16-byte aligned but crossing nothing";
+    EXPECT_EQ(RunAt(0, page - 16), Ran::kPieces) << "a null source is decided by the destination";
+    EXPECT_EQ(RunAt(0, 0), Ran::kFirst);
 }
 
 }  // namespace
