@@ -149,7 +149,6 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
     const bool avx_single = body == SingleBody::kQuad;
     const bool twin_halves = body == SingleBody::kTwinHalves;
     const bool avx = avx_double || avx_single || twin_halves;
-    const std::string wide_access = "qvn::Unaligned256";
     // Bodies for any alignment: the wide kernels load and store unaligned
     // throughout, so they need no aligned twin; their twin is the page-safe
     // body where they have accesses wider than 128 bits.
@@ -187,8 +186,8 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
         const std::string page_check = avx ? PageCheckText(k.body, single ? 4 : 8, n) : std::string();
         const std::string bodies = !avx ? fn + "<qvn::AlignedAccess>, " + fn + "<qvn::UnalignedAccess>"
                                    : page_check.empty()
-                                       ? fn + "<" + wide_access + ">, " + fn + "<" + wide_access + ">"
-                                       : fn + "<" + wide_access + ">, " + fn + "<qvn::PageSafe256>, " + page_check;
+                                       ? fn + "<qvn::Unaligned256>, " + fn + "<qvn::Unaligned256>"
+                                       : fn + "<qvn::Unaligned256>, " + fn + "<qvn::PageSafe256>, " + page_check;
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
                    ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
         entries += "QVN_DEFINE_COMPLEX_ENTRY(" + export_name + ", " + alias + ")\n";
