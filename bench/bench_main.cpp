@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "bench.h"
+#include "census_floor.h"
 #include "libraries.h"
 #include "placements.h"
 #include "report.h"
@@ -131,7 +132,10 @@ const char kUsage[] =
     "                    of 8 (a power of two up to 256)\n"
     "\n"
     "After the tables, the time of each 32-bit entry over its 64-bit twin is listed\n"
-    "per family and length, for every length run in both precisions.\n";
+    "per family and length, for every length run in both precisions, then each\n"
+    "entry's time over its census floor: the port cycles of the instructions the\n"
+    "generator's census counts for it (generator/census*.txt of this source tree,\n"
+    "on a Zen 4 model) at the core clock measured at the start of the run.\n";
 
 [[noreturn]] void Usage(int code) {
     std::fputs(kUsage, code == 0 ? stdout : stderr);
@@ -249,6 +253,7 @@ struct Result {
     std::vector<double> nsOurs, errOurs;
     double nsRef, errRef;
     std::string refForm;  // which form of the reference was timed, if it varies
+    std::vector<double> floorNs;  // each library's census floor (census_floor.h); NaN where none
     double Ratio(int k) const { return nsOurs[k] / nsRef; }
     double ErrRatio(int k) const {
         if (errRef > 0) return errOurs[k] / errRef;
@@ -261,7 +266,7 @@ struct Result {
 Result Measure(const Family& fam, Case& c, const Options& o) {
     const int libs = LibraryCount();
     Result r{&fam, c.precision, c.direction, c.n, std::vector<double>(libs), std::vector<double>(libs), 0,
-             c.ErrRef(), c.RefForm()};
+             c.ErrRef(), c.RefForm(), {}};
     const Runner runOurs = [&c](long calls) { c.RunOurs(calls); };
     const Runner runRef = [&c](long calls) { c.RunRef(calls); };
     const double target = o.batchMicros * 1000.0;
@@ -420,16 +425,54 @@ void PrintPrecisionRatios(const std::vector<Result>& all, int k) {
     }
 }
 
+// Each entry's time over its census floor (census_floor.h), per family,
+// precision and library: the geometric mean, the entry closest to its floor
+// and the five of N >= 16 farthest above it (below 16 the fixed cost of a
+// call outweighs the kernel). An entry timed in several tables (against
+// FFTW and KFR) counts once.
+void PrintFloorSummary(const std::vector<Result>& all, int k, double ghz) {
+    std::map<std::pair<std::string, int>, std::map<std::pair<int, std::string>, const Result*>> groups;
+    for (const Result& r : all)
+        if (std::isfinite(r.floorNs[k])) groups[{r.fam->name, r.precision}].emplace(std::make_pair(r.n, r.direction), &r);
+    if (groups.empty()) return;
+    std::printf("\nns over the census floor of qvngen %s (port cycles of the kernel's own instructions at %.2f GHz)\n",
+                LibraryCode(k).c_str(), ghz);
+    for (const auto& [key, entries] : groups) {
+        std::vector<std::pair<double, const Result*>> over;
+        double logSum = 0;
+        for (const auto& [id, r] : entries) {
+            over.emplace_back(r->nsOurs[k] / r->floorNs[k], r);
+            logSum += std::log(over.back().first);
+        }
+        std::sort(over.begin(), over.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+        std::vector<std::pair<double, const Result*>> large;
+        for (const auto& item : over)
+            if (item.second->n >= 16) large.push_back(item);
+        std::printf("%s, %d-bit: geometric mean %.2f, closest %.2f (N=%d %s), farthest", key.first.c_str(),
+                    key.second, std::exp(logSum / over.size()), over.front().first, over.front().second->n,
+                    over.front().second->direction.c_str());
+        if (large.empty()) std::printf(" (none of N >= 16)");
+        for (size_t i = 0; i < std::min<size_t>(5, large.size()); ++i) {
+            const auto& [ratio, r] = large[large.size() - 1 - i];
+            std::printf("%s %.2f (N=%d %s)", i ? "," : "", ratio, r->n, r->direction.c_str());
+        }
+        std::printf("\n");
+    }
+}
+
 // One row per case and library; `library` is the library's processor-target
 // code, and the reference's figures repeat on each of a case's rows.
 void PrintCsv(const std::vector<Result>& rs, std::FILE* out) {
     std::fprintf(out, "family,reference,precision,direction,n,ns_qvngen,ns_reference,ratio,err_qvngen,"
-                      "err_reference,reference_form,library\n");
+                      "err_reference,reference_form,library,floor_ns\n");
     for (const Result& r : rs)
-        for (int k = 0; k < LibraryCount(); ++k)
-            std::fprintf(out, "%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s,%s\n", r.fam->name, r.fam->reference,
+        for (int k = 0; k < LibraryCount(); ++k) {
+            char floorNs[32] = "";  // empty where no census covers the entry
+            if (std::isfinite(r.floorNs[k])) std::snprintf(floorNs, sizeof floorNs, "%.3f", r.floorNs[k]);
+            std::fprintf(out, "%s,%s,%d,%s,%d,%.3f,%.3f,%.4f,%.4e,%.4e,%s,%s,%s\n", r.fam->name, r.fam->reference,
                          r.precision, r.direction.c_str(), r.n, r.nsOurs[k], r.nsRef, r.Ratio(k), r.errOurs[k],
-                         r.errRef, r.refForm.c_str(), LibraryCode(k).c_str());
+                         r.errRef, r.refForm.c_str(), LibraryCode(k).c_str(), floorNs);
+        }
 }
 
 }  // namespace
@@ -465,6 +508,8 @@ int Run(const Options& opt, const std::string& commandLine) {
     }
     std::fprintf(stderr, "timing %zu cases...\n", total);
     SpinUp(300);
+    const CensusFloors floors(QVNB_CENSUS_DIR, QVNB_CPU_CODES);
+    const double ghz = MeasureCoreGhz();
     std::vector<Result> results;
     bool failed = false;
     ProgressLine progress(total);
@@ -472,6 +517,9 @@ int Run(const Options& opt, const std::string& commandLine) {
         for (auto& c : cases) {
             progress.Next(fam->title, *c);
             results.push_back(Measure(*fam, *c, opt));
+            for (int k = 0; k < LibraryCount(); ++k)
+                results.back().floorNs.push_back(
+                    floors.Cycles(LibraryCode(k), c->family, c->precision, c->direction, c->n) / ghz);
             for (double err : results.back().errOurs) failed |= !std::isfinite(err);
         }
     }
@@ -486,6 +534,7 @@ int Run(const Options& opt, const std::string& commandLine) {
         for (int k = 0; k < LibraryCount(); ++k) PrintSummary(results, k);
         PrintBestOfReferences([&](std::FILE* out) { PrintCsv(results, out); });
         for (int k = 0; k < LibraryCount(); ++k) PrintPrecisionRatios(results, k);
+        for (int k = 0; k < LibraryCount(); ++k) PrintFloorSummary(results, k, ghz);
     }
     if (failed) std::fprintf(stderr, "qvngen-bench: some entries reported an error status\n");
     return failed ? 1 : 0;

@@ -5,7 +5,7 @@
 # for every reference of each (and one against the faster of FFTW and KFR
 # where both were timed, i.e. when the build has KFR), and every
 # library timed (the baseline and the variants this processor runs) named in
-# the summary's columns.
+# the summary's columns, and a census floor for every entry that has a census.
 #   check_report.sh QVNGEN_BENCH OUT_DIR
 set -euo pipefail
 bench=${1:?usage: check_report.sh QVNGEN_BENCH OUT_DIR}
@@ -35,6 +35,11 @@ best=$(grep -c '^| .* vs the faster of FFTW/KFR |' "$out/summary.md" || true)
 ((count >= 12 && rows == tables + both && best == both)) ||
   { echo "expected a chart per family and precision and a summary row per reference of each:" \
          "$count charts, $rows rows for $tables tables and $best of $both against the faster of FFTW/KFR"; exit 1; }
+# Every entry but DCT-IV's (whose census counts building blocks) has a floor.
+unfloored=$(tail -n +2 "$out/results.csv" | awk -F, '$1 != "dct4" && $13 == ""' | cut -d, -f1,3,5,12 | head -3)
+[[ -z $unfloored ]] || { echo "no census floor for: $unfloored"; exit 1; }
+grep -q '^| .* | time over census floor' "$out/summary.md" ||
+  { echo "summary.md has no census floor table"; exit 1; }
 libraries=$(tail -n +2 "$out/results.csv" | cut -d, -f12 | awk '!seen[$0]++' | paste -sd/ | sed 's|/| / |g')
 grep -q "geometric mean ratio $libraries |" "$out/summary.md" ||
   { echo "summary.md does not have a column for each of: $libraries"; exit 1; }

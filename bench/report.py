@@ -10,7 +10,10 @@ Writes, into OUT_DIR:
                           worst of the time ratios, lengths where the
                           reference is faster, worst error ratio; and where a
                           family was timed against both FFTW and KFR, a row
-                          against the faster of the two at each length
+                          against the faster of the two at each length;
+                          then, per family and precision, each library's
+                          time over its census floor (the port cycles of
+                          the kernel's own instructions, census_floor.h)
   report.md               the command, the same table, then every chart
   <family>-<bits>.png     per family and precision, against N: ns per call of
                           each qvngen library and each reference; the ratio
@@ -110,6 +113,8 @@ def read_groups(path):
             for key in ("ns_qvngen", "ns_reference", "ratio", "err_qvngen", "err_reference"):
                 row[key] = float(row[key])
             row["library"] = row.get("library") or "qvngen"  # results from before --lib
+            floor = row.get("floor_ns") or ""  # empty where no census covers the entry
+            row["floor_ns"] = float(floor) if floor else None
             key = (row["family"], row["precision"])
             groups.setdefault(key, Group(*key)).rows.append(row)
     return list(groups.values())
@@ -160,6 +165,37 @@ def summary_rows(groups):
                 f"| {'; '.join(slowers)} | {' / '.join(errs)} |"
             )
     return lines
+
+
+def floor_rows(groups):
+    """Per family and precision, each library's ns over the census floor:
+    the geometric mean and the entry of N >= 16 farthest above it (below,
+    the fixed cost of a call outweighs the kernel). Each entry once,
+    from the rows of the ratio reference; families without a census (DCT-IV)
+    are left out."""
+    libraries = list(OrderedDict.fromkeys(lib for g in groups for lib in g.libraries()))
+    names = " / ".join(libraries)
+    lines = [f"| family | time over census floor, geometric mean {names} | farthest above it, N >= 16, {names} |",
+             "|---|---:|---|"]
+    for g in groups:
+        gmeans, farthest = [], []
+        for lib in libraries:
+            rows = [r for r in g.rows if r["reference"] == g.ratio_reference() and r["library"] == lib
+                    and r["floor_ns"]]
+            if not rows:
+                gmeans.append("-"), farthest.append("-")
+                continue
+            over = [(r["ns_qvngen"] / r["floor_ns"], r) for r in rows]
+            gmeans.append(f"{math.exp(sum(math.log(x) for x, _ in over) / len(over)):.2f}")
+            large = [item for item in over if item[1]["n"] >= 16]
+            if large:
+                x, r = max(large, key=lambda item: item[0])
+                farthest.append(f"{x:.2f} (N={r['n']} {r['direction']})")
+            else:
+                farthest.append("-")
+        if any(v != "-" for v in gmeans):
+            lines.append(f"| {g.title} | {' / '.join(gmeans)} | {' / '.join(farthest)} |")
+    return lines if len(lines) > 2 else []
 
 
 def draw_chart(g, path):
@@ -237,6 +273,11 @@ def main():
         "an exact long-double evaluation."
     )
     table = summary_rows(groups)
+    floors = floor_rows(groups)
+    if floors:
+        table += ["", "Time over census floor: qvngen's ns over the port cycles its kernel's own "
+                  "instructions need on the core that ran it (loads, stores and arithmetic, without "
+                  "spills or waits), at the clock the benchmark measured.", "", *floors]
     with open(os.path.join(args.out_dir, "summary.md"), "w") as f:
         f.write("\n".join(["# qvngen-bench summary", "", note, "", *table, ""]))
     report = ["# qvngen-bench report", ""]
