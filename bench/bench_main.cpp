@@ -433,7 +433,8 @@ void PrintPrecisionRatios(const std::vector<Result>& all, int k) {
 void PrintFloorSummary(const std::vector<Result>& all, int k, double ghz) {
     std::map<std::pair<std::string, int>, std::map<std::pair<int, std::string>, const Result*>> groups;
     for (const Result& r : all)
-        if (std::isfinite(r.floorNs[k])) groups[{r.fam->name, r.precision}].emplace(std::make_pair(r.n, r.direction), &r);
+        if (std::isfinite(r.floorNs[k]))
+            groups[{r.fam->name, r.precision}].emplace(std::make_pair(r.n, r.direction), &r);
     if (groups.empty()) return;
     std::printf("\nns over the census floor of qvngen %s (port cycles of the kernel's own instructions at %.2f GHz)\n",
                 LibraryCode(k).c_str(), ghz);

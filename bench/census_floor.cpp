@@ -1,6 +1,7 @@
 #include "census_floor.h"
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
@@ -66,7 +67,8 @@ bool ReadLines(const std::string& path, std::vector<std::string>& lines) {
 
 std::string KernelName(const std::string& family, int precision, const std::string& direction, int n) {
     const std::string p = std::to_string(precision) + "f", len = std::to_string(n);
-    if (family == "dft-c") return std::string("qvngDFT") + (direction == "fwd" ? "Fwd" : "Inv") + "_CToC_" + len + "_" + p + "c";
+    if (family == "dft-c")
+        return std::string("qvngDFT") + (direction == "fwd" ? "Fwd" : "Inv") + "_CToC_" + len + "_" + p + "c";
     if (family == "rfwd") return "qvngDFTFwd_RTo*_" + len + "_" + p;
     if (family == "rinv") return "qvngDFTInv_*ToR_" + len + "_" + p;
     if (family == "hartley") return "qvngHartley_" + len + "_" + p;

@@ -45,7 +45,6 @@ public:
     // block, not per entry).
     double Cycles(const std::string& code, const std::string& family, int precision, const std::string& direction,
                   int n) const;
-    bool Empty() const { return kernels_.empty(); }
 
 private:
     std::map<std::string, std::map<std::string, KernelCensus>> kernels_;  // code -> kernel name -> census
