@@ -130,6 +130,10 @@ const char kUsage[] =
     "                    --report, DIR/placements.md\n"
     "  --stack-steps K   with --placements: K stack pointer offsets per page instead\n"
     "                    of 8 (a power of two up to 256)\n"
+    "  --pages K         with --placements: then time each entry at its fastest\n"
+    "                    alias placement with the source moved over K pages (same\n"
+    "                    offset, destination and stack fixed) and report the share\n"
+    "                    of pages over 1.3 times the fastest one\n"
     "\n"
     "After the tables, the time of each 32-bit entry over its 64-bit twin is listed\n"
     "per family and length, for every length run in both precisions, then each\n"
@@ -166,6 +170,7 @@ struct CommandLine {
     Options options;
     bool placements = false;  // --placements: the spread over placements instead of the tables
     int stackSteps = 8;       // --stack-steps: stack pointer offsets per page with --placements
+    int pages = 0;            // --pages: source pages swept per entry with --placements
 };
 
 CommandLine Parse(int argc, char** argv) {
@@ -193,6 +198,7 @@ CommandLine Parse(int argc, char** argv) {
         else if (a == "--lib") o.libraries = value();
         else if (a == "--placements") line.placements = true;
         else if (a == "--stack-steps") line.stackSteps = ToInt(value());
+        else if (a == "--pages") line.pages = ToInt(value());
         else Usage(2);
     }
     // 320 placements per entry: shorter runs per placement than the tables..
@@ -549,7 +555,7 @@ int main(int argc, char** argv) {
         std::string commandLine = "qvngen-bench";
         for (int i = 1; i < argc; ++i) commandLine += std::string(" ") + argv[i];
         const auto line = qvnbench::Parse(argc, argv);
-        if (line.placements) return qvnbench::RunPlacements(line.options, line.stackSteps, commandLine);
+        if (line.placements) return qvnbench::RunPlacements(line.options, line.stackSteps, line.pages, commandLine);
         return qvnbench::Run(line.options, commandLine);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "qvngen-bench: %s\n", e.what());

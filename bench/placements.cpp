@@ -22,6 +22,16 @@
 // timed again at the end of the run, up to three times, before the figure
 // is kept.
 //
+// With --pages K, each entry is then timed at its fastest `alias` placement
+// (where source and destination lines share cache sets) with the source
+// moved over K consecutive pages, at the same offset in each, the
+// destination and the stack pointer where they were: which pages a
+// caller's buffers occupy changes from run to run with the heap and stack
+// addresses, and some pages are slow for reasons of the core's caches (the
+// L1's way prediction by a hash of the address above the page offset) that
+// the offsets alone do not show. Pages above 1.3 times the fastest page are
+// timed again in turns with it before they count.
+//
 // The spread of an entry is its slowest out-of-place placement's time over
 // its fastest. In place is reported apart, as its fastest time over the
 // fastest out of place: there each call's loads wait for the previous call's
@@ -304,9 +314,25 @@ struct Spread {
     }
 };
 
+// --pages: the fastest batch with the source in each of K pages.
+struct PageSweep {
+    std::vector<double> ns;  // per page
+    int fastest = 0, slowest = 0;
+    double Value() const { return ns[slowest] / ns[fastest]; }
+    int SlowPages() const {
+        const double limit = kSpreadLimit * ns[fastest];
+        return static_cast<int>(std::count_if(ns.begin(), ns.end(), [&](double t) { return t > limit; }));
+    }
+    void FindEnds() {
+        fastest = static_cast<int>(std::min_element(ns.begin(), ns.end()) - ns.begin());
+        slowest = static_cast<int>(std::max_element(ns.begin(), ns.end()) - ns.begin());
+    }
+};
+
 struct EntryResult {
     const Entry* entry;
     std::vector<Spread> perLibrary;
+    std::vector<PageSweep> pages;  // per library, with --pages
 };
 
 class Arena {
@@ -328,9 +354,10 @@ private:
     OwnedBuffer memory_;
 };
 
-void Fill(char* p, const Entry& e, std::uint64_t seed) {
+// `bytes` of values in [-1, 1) of the entry's real type at p.
+void FillValues(char* p, std::size_t bytes, const Entry& e, std::uint64_t seed) {
     Random rng(seed);
-    const std::size_t count = e.bytes / e.realSize;
+    const std::size_t count = bytes / e.realSize;
     for (std::size_t i = 0; i < count; ++i) {
         const double v = rng.Next();
         if (e.realSize == 4) {
@@ -341,6 +368,8 @@ void Fill(char* p, const Entry& e, std::uint64_t seed) {
         }
     }
 }
+
+void Fill(char* p, const Entry& e, std::uint64_t seed) { FillValues(p, e.bytes, e, seed); }
 
 std::string Label(const Entry& e) {
     char buf[64];
@@ -424,6 +453,76 @@ Spread MeasureOne(const Entry& e, Target& t, const Arena& arena, const Options& 
     }
     s.FindEnds();
     return s;
+}
+
+// The entry at its fastest `alias` placement in `s` with the source in each
+// of `pages` pages from `sweep` (filled with values), same offset, same
+// destination and stack pointer. Pages above the limit are timed again in
+// turns with the fastest one and keep the lower figure, as Confirm does.
+PageSweep SweepPages(Target& t, const Arena& arena, const Spread& s, char* sweep, int pages, const Options& o) {
+    int at = -1;
+    for (int p = 0; p < Placements(); ++p) {
+        const Relation& r = RelationOf(p / g_stackCount);
+        if (!r.inPlace && r.dstMinusSrc == 0 && (at < 0 || s.ns[p] < s.ns[at])) at = p;
+    }
+    const int d = at / g_stackCount;
+    const std::size_t offset = SourceOffset(d % kSourceSlots);
+    char* const dst = arena.Dst(d);
+    const std::size_t pad = PadFor(sweep + offset, (at % g_stackCount) * StackStep(), s.spAtZero);
+    auto time = [&](int page) { return NsPerCall(t, pad, s.calls, sweep + page * kPage + offset, dst); };
+    PageSweep r;
+    r.ns.assign(pages, INFINITY);
+    for (int round = -1; round < o.batches; ++round)  // one warm-up round
+        for (int page = 0; page < pages; ++page) {
+            const double ns = time(page);
+            if (round >= 0) r.ns[page] = std::min(r.ns[page], ns);
+        }
+    r.FindEnds();
+    for (int page = 0; page < pages; ++page)
+        for (int round = 0; round < 3 * o.batches && r.ns[page] > kSpreadLimit * r.ns[r.fastest]; ++round) {
+            r.ns[page] = std::min(r.ns[page], time(page));
+            r.ns[r.fastest] = std::min(r.ns[r.fastest], time(r.fastest));
+        }
+    r.FindEnds();
+    return r;
+}
+
+// The --pages summary: per family, precision and library, the entries with
+// a slow page, the share of slow pages over all entries and the worst.
+void PrintPageSweeps(std::FILE* out, const std::vector<EntryResult>& results, int pages, bool markdown) {
+    std::map<std::tuple<std::string, int, int>, std::vector<const EntryResult*>> groups;
+    for (const EntryResult& r : results)
+        for (int k = 0; k < static_cast<int>(r.pages.size()); ++k)
+            groups[{r.entry->family, r.entry->precision, k}].push_back(&r);
+    if (groups.empty()) return;
+    const char* title = "Source moved over %d pages at its fastest alias placement (destination and stack fixed)";
+    if (markdown) {
+        std::fprintf(out, "\n## ");
+        std::fprintf(out, title, pages);
+        std::fprintf(out, "\n\n| family | bits | build | entries | with a page > %.1f | slow pages | worst | entry |"
+                          "\n|---|---|---|---|---|---|---|---|\n", kSpreadLimit);
+    } else {
+        std::fprintf(out, "\n");
+        std::fprintf(out, title, pages);
+        std::fprintf(out, "\n%-8s %4s %5s %7s %14s %10s %8s  %s\n", "family", "bits", "build", "entries",
+                     "with slow page", "slow pages", "worst", "entry");
+    }
+    for (const auto& [key, rs] : groups) {
+        const int k = std::get<2>(key);
+        const EntryResult* worst = rs[0];
+        int entriesSlow = 0, slowPages = 0;
+        for (const EntryResult* r : rs) {
+            const PageSweep& p = r->pages[k];
+            if (p.Value() > worst->pages[k].Value()) worst = r;
+            entriesSlow += p.SlowPages() > 0;
+            slowPages += p.SlowPages();
+        }
+        const double share = 100.0 * slowPages / (static_cast<double>(rs.size()) * pages);
+        std::fprintf(out, markdown ? "| %s | %d | %s | %zu | %d | %.2f%% | %.2f | %s |\n"
+                                   : "%-8s %4d %5s %7zu %14d %9.2f%% %8.2f  %s\n",
+                     std::get<0>(key).c_str(), std::get<1>(key), LibraryCode(k).c_str(), rs.size(), entriesSlow,
+                     share, worst->pages[k].Value(), Label(*worst->entry).c_str());
+    }
 }
 
 // Writes the table and the summary to `out`, as plain text or as Markdown.
@@ -515,7 +614,7 @@ void Print(std::FILE* out, const std::vector<EntryResult>& results, const Option
 
 }  // namespace
 
-int RunPlacements(const Options& opt, int stackSteps, const std::string& commandLine) {
+int RunPlacements(const Options& opt, int stackSteps, int pages, const std::string& commandLine) {
     if (stackSteps < 1 || stackSteps > 256 || kPage % stackSteps != 0 || kPage / stackSteps % 16 != 0)
         throw std::runtime_error("--stack-steps: a power of two from 1 to 256");
     g_stackCount = stackSteps;
@@ -539,7 +638,7 @@ int RunPlacements(const Options& opt, int stackSteps, const std::string& command
         const Entry& e = entries[i];
         if (i * 10 / entries.size() != (i + 1) * 10 / entries.size())
             std::fprintf(stderr, "[%zu/%zu] %s\n", i + 1, entries.size(), Label(e).c_str());
-        EntryResult r{&e, {}};
+        EntryResult r{&e, {}, {}};
         for (int k = 0; k < LibraryCount(); ++k)
             r.perLibrary.push_back(MeasureOne(e, *e.targets[k], arena, opt));
         results.push_back(std::move(r));
@@ -563,8 +662,19 @@ int RunPlacements(const Options& opt, int stackSteps, const std::string& command
         std::this_thread::sleep_for(std::chrono::milliseconds(500));  // let a burst of load pass
     }
     if (checked > 0) std::fprintf(stderr, "timed spreads above %.1f again %d times\n", kSpreadLimit, checked);
+    if (pages > 0) {
+        std::fprintf(stderr, "moving each source over %d pages...\n", pages);
+        const OwnedBuffer sweep(static_cast<std::size_t>(pages) * kPage + maxBytes + kPage);
+        for (EntryResult& r : results) {
+            FillValues(static_cast<char*>(sweep.p), static_cast<std::size_t>(pages) * kPage + maxBytes, *r.entry, 1);
+            for (int k = 0; k < LibraryCount(); ++k)
+                r.pages.push_back(SweepPages(*r.entry->targets[k], arena, r.perLibrary[k],
+                                             static_cast<char*>(sweep.p), pages, opt));
+        }
+    }
 
     Print(stdout, results, opt, false, commandLine);
+    PrintPageSweeps(stdout, results, pages, false);
     if (!opt.reportDir.empty()) {
         std::error_code ec;
         std::filesystem::create_directories(opt.reportDir, ec);
@@ -575,6 +685,7 @@ int RunPlacements(const Options& opt, int stackSteps, const std::string& command
             return 1;
         }
         Print(out, results, opt, true, commandLine);
+        PrintPageSweeps(out, results, pages, true);
         if (std::fclose(out) != 0) return 1;
         std::fprintf(stderr, "wrote %s\n", path.c_str());
     }
