@@ -393,18 +393,24 @@ double TimeAt(const Entry& e, Target& t, const Arena& arena, const Spread& s, in
     return NsPerCall(t, pad, s.calls, src, arena.Dst(d));
 }
 
-// Checks a spread above the limit: the slowest placement is timed again, in
-// turns with the fastest, for three times as many batches as the first
-// time, and keeps the lower figure. Noise that hit one
-// placement's batches goes away; a real penalty stays. Repeated while
-// another placement becomes the slowest one, a few times at most.
+// Times `slow` again in turns with `fast`, for three times as many batches
+// as the first time, each keeping its lower figure: noise that hit one of
+// them goes away, a real penalty stays. `time(i)` is one batch at i.
+template <class TimeFn>
+void RetimeInTurns(std::vector<double>& ns, int slow, int fast, const Options& o, TimeFn time) {
+    for (int round = 0; round < 3 * o.batches; ++round) {
+        ns[slow] = std::min(ns[slow], time(slow));
+        ns[fast] = std::min(ns[fast], time(fast));
+    }
+}
+
+// Checks a spread above the limit: its slowest placement is timed again in
+// turns with the fastest. Repeated while another placement becomes the
+// slowest one, a few times at most.
 void Confirm(const Entry& e, Target& t, const Arena& arena, const Options& o, Spread& s) {
     for (int check = 0; check < 8 && s.Value() > kSpreadLimit; ++check) {
-        const int slow = s.slowest, fast = s.fastest;
-        for (int round = 0; round < 3 * o.batches; ++round) {
-            s.ns[slow] = std::min(s.ns[slow], TimeAt(e, t, arena, s, slow));
-            s.ns[fast] = std::min(s.ns[fast], TimeAt(e, t, arena, s, fast));
-        }
+        const int slow = s.slowest;
+        RetimeInTurns(s.ns, slow, s.fastest, o, [&](int p) { return TimeAt(e, t, arena, s, p); });
         s.FindEnds();
         if (s.slowest == slow) break;  // confirmed
     }
@@ -458,7 +464,7 @@ Spread MeasureOne(const Entry& e, Target& t, const Arena& arena, const Options& 
 // The entry at its fastest `alias` placement in `s` with the source in each
 // of `pages` pages from `sweep` (filled with values), same offset, same
 // destination and stack pointer. Pages above the limit are timed again in
-// turns with the fastest one and keep the lower figure, as Confirm does.
+// turns with the fastest one (RetimeInTurns).
 PageSweep SweepPages(Target& t, const Arena& arena, const Spread& s, char* sweep, int pages, const Options& o) {
     int at = -1;
     for (int p = 0; p < Placements(); ++p) {
@@ -479,10 +485,7 @@ PageSweep SweepPages(Target& t, const Arena& arena, const Spread& s, char* sweep
         }
     r.FindEnds();
     for (int page = 0; page < pages; ++page)
-        for (int round = 0; round < 3 * o.batches && r.ns[page] > kSpreadLimit * r.ns[r.fastest]; ++round) {
-            r.ns[page] = std::min(r.ns[page], time(page));
-            r.ns[r.fastest] = std::min(r.ns[r.fastest], time(r.fastest));
-        }
+        if (r.ns[page] > kSpreadLimit * r.ns[r.fastest]) RetimeInTurns(r.ns, page, r.fastest, o, time);
     r.FindEnds();
     return r;
 }
