@@ -71,6 +71,10 @@ struct RealPairing {
     // Re X[k] and Im X[k], which the forward body pairs).
     enum class Seeds { kNone, kNeighbouringOutputs, kOutputOperands } seeds = Seeds::kNone;
     bool crossed_twins = false;  // twins as RealDag::crossed_twins pairs them
+    // Single precision: exact products (emit_real_sse.cpp) pair only with
+    // each other, never with another product, which would keep them in
+    // double; else such a mixed pair is taken after all others of its cost.
+    bool exact_products_apart = false;
 };
 
 // How the 256-bit emitter chooses which two-lane instructions become one

@@ -19,6 +19,13 @@
 // narrow, and cvtps2pd / cvtpd2ps move a whole pair between forms, each
 // conversion exact or the one rounding the scalar body also makes.
 //
+// Float products. A float times a constant that is itself a float (0.5 of
+// the three-point butterflies) is exact in double: 24 + 24 significant bits
+// fit in 53, and no float product leaves double's exponent range. Rounding
+// that exact product to float once is what a float multiply does, so where
+// only float sums take such a product it is formed by mulps on the narrow
+// operand: the same bits, without the two conversions.
+//
 // Signs. A sum and a difference share a vector by flipping the sign of the
 // subtrahend's lane (a - b is a + (-b) in IEEE arithmetic). An output stored
 // as 0 - s*v is formed as (-s)*v + 0, and a plain s*v that shares its vector
@@ -49,7 +56,8 @@ struct Desc {
 class RealSseEmitter {
 public:
     RealSseEmitter(const RealKernelInput& in, const std::string& table, const RealPairing& pairing)
-        : in_(in), dag_(in.dag), consts_(table, ElemType::kDouble, 2), pairing_(pairing) {}
+        : in_(in), dag_(in.dag), consts_(table, ElemType::kDouble, 2), float_consts_(table + "F", ElemType::kFloat, 4),
+          pairing_(pairing) {}
 
     RealKernelText Run() {
         rec_.single = Single();
@@ -59,9 +67,11 @@ public:
         std::vector<RealValue> outputs;
         for (const RealStore& s : in_.stores) outputs.push_back(s.value);
         for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
+        FindExactProducts();
         if (pairing_.twins) PlanTwins();
         if (pairing_.seeds != RealPairing::Seeds::kNone) PlanFromStores();
         PlanByLevel();
+        ChooseFloatProducts();
         std::set<int> loads;
         for (int id : reachable_)
             if (IsLoad(id)) loads.insert(id);
@@ -82,7 +92,7 @@ public:
         }
         // In issue order: 0.95-0.97 of the time in single precision.
         text.body += prog_.Emit("    ", false, Program::Order::kByLatency, in_.registers);
-        text.constants = consts_.Definition();
+        text.constants = consts_.Definition() + float_consts_.Definition();
         text.census = census_;
         text.critical_path = prog_.CriticalPath();
         text.packed = true;
@@ -102,7 +112,41 @@ private:
     const char* Type(Form f) const { return f == kWide ? "__m128d" : "__m128"; }
     bool IsProduct(int node) const { return dag_.at(node).op == RealOp::kMul; }
     bool IsLoad(int node) const { return dag_.at(node).op == RealOp::kLoad; }
-    Form NaturalForm(int node) const { return Single() && !IsProduct(node) ? kNarrow : kWide; }
+    bool IsFloatProduct(int node) const { return float_products_.count(node) != 0; }
+    Form NaturalForm(int node) const {
+        return Single() && (!IsProduct(node) || IsFloatProduct(node)) ? kNarrow : kWide;
+    }
+
+    // The products that may be float products (see the top of the file): a
+    // float constant, a float operand (not itself a product), and taken only
+    // by sums, neither by another product nor by a store, which scale the
+    // double value.
+    void FindExactProducts() {
+        if (!Single()) return;
+        std::set<int> wide_uses;
+        for (int id : reachable_)
+            if (IsProduct(id)) wide_uses.insert(dag_.at(id).a);
+        for (const RealStore& s : in_.stores)
+            if (!s.value.IsZero()) wide_uses.insert(s.value.node);
+        for (int id : reachable_) {
+            const RealNode& n = dag_.at(id);
+            if (n.op != RealOp::kMul) continue;
+            const double c = static_cast<double>(n.c);  // the constant the double product takes
+            if (static_cast<float>(c) == c && !IsProduct(n.a) && !wide_uses.count(id)) exact_products_.insert(id);
+        }
+    }
+    bool IsExactProduct(int node) const { return exact_products_.count(node) != 0; }
+
+    // A product shares its vector with another or runs alone; a vector of
+    // exact products is a float product, one with any other product stays
+    // in double.
+    void ChooseFloatProducts() {
+        for (auto [lo, hi] : units_)
+            if (IsExactProduct(lo) && (hi < 0 || IsExactProduct(hi))) {
+                float_products_.insert(lo);
+                if (hi >= 0) float_products_.insert(hi);
+            }
+    }
     // Double precision has a single form; single precision sums in float.
     Form SumForm() const { return Single() ? kNarrow : kWide; }
     std::string Name(int vec) const { return "v" + std::to_string(vec); }
@@ -165,6 +209,7 @@ private:
         if (it != where_[f].end() && !it->second.empty()) return it->second.front();
         if (IsLoad(node) && NaturalForm(node) == f) return {LoadOne(node), 0};
         if (!Single() || NaturalForm(node) == f) throw std::runtime_error("value used before it exists");
+        if (IsFloatProduct(node)) throw std::logic_error("a float product taken in double");
         auto [vec, lane] = Locate(node, NaturalForm(node));
         return {Convert(vec, f), lane};
     }
@@ -352,7 +397,7 @@ private:
     // pairing limit (in shuffles and sign flips).
     void PlanByLevel() {
         std::map<int, int> level;
-        std::map<int, std::map<bool, std::vector<int>>> groups;  // level -> is product -> nodes
+        std::map<int, std::map<int, std::vector<int>>> groups;  // level -> kind -> nodes
         for (int id : reachable_) {
             const RealNode& n = dag_.at(id);
             if (n.op == RealOp::kLoad) {
@@ -361,7 +406,8 @@ private:
             }
             int operands = std::max(level[n.a], n.b >= 0 ? level[n.b] : 0);
             level[id] = n.op == RealOp::kMul ? operands + 1 : (operands / 4 + 1) * 4;
-            if (!Planned(id)) groups[level[id]][n.op == RealOp::kMul].push_back(id);
+            const int kind = n.op != RealOp::kMul ? 0 : pairing_.exact_products_apart && IsExactProduct(id) ? 2 : 1;
+            if (!Planned(id)) groups[level[id]][kind].push_back(id);
         }
         auto cost = [&](int lo, int hi) {
             const RealNode& nl = dag_.at(lo);
@@ -369,20 +415,24 @@ private:
             if (nl.op == RealOp::kMul) return PlannedPairCost(nl.a, nh.a);
             return BestAddSub(lo, hi, [&](int a, int b) { return PlannedPairCost(a, b); }).cost;
         };
+        // Among pairs of one cost, two exact products (a float product) or
+        // two others come before an exact product with another.
+        auto mixed = [&](int lo, int hi) { return IsExactProduct(lo) != IsExactProduct(hi); };
         for (auto& [lvl, kinds] : groups)
-            for (auto& [product, members] : kinds) {
+            for (auto& [kind, members] : kinds) {
                 // Cheapest first, one cost at a time: what a pair at one cost
                 // gathers can make others cheaper.
                 for (int limit = 0; limit <= pairing_.limit; ++limit) {
-                    std::vector<std::tuple<int, int, int>> candidates;  // cost, lo, hi
+                    std::vector<std::tuple<int, bool, int, int>> candidates;  // cost, mixed, lo, hi
                     for (size_t i = 0; i < members.size(); ++i)
                         for (size_t j = i + 1; j < members.size(); ++j) {
                             if (Planned(members[i]) || Planned(members[j])) continue;
-                            candidates.emplace_back(cost(members[i], members[j]), members[i], members[j]);
-                            candidates.emplace_back(cost(members[j], members[i]), members[j], members[i]);
+                            const bool m = mixed(members[i], members[j]);
+                            candidates.emplace_back(cost(members[i], members[j]), m, members[i], members[j]);
+                            candidates.emplace_back(cost(members[j], members[i]), m, members[j], members[i]);
                         }
                     std::sort(candidates.begin(), candidates.end());
-                    for (auto [c, lo, hi] : candidates) {
+                    for (auto [c, m, lo, hi] : candidates) {
                         if (c > limit) break;
                         if (Planned(lo) || Planned(hi)) continue;
                         PlanUnit(lo, hi);
@@ -396,6 +446,18 @@ private:
     // ---- Emission.
 
     std::string Constant(Real lo, Real hi) { return consts_.Ref({lo, hi}); }
+
+    // Products with the constants lo, hi: a double product, or a float one
+    // (the two constants repeated in the upper, unused float lanes).
+    std::string Product(int vec, Form f, Real lo, Real hi) {
+        if (f == kWide) return "_mm_mul_pd(" + Name(vec) + ", " + Constant(lo, hi) + ")";
+        return "_mm_mul_ps(" + Name(vec) + ", " + float_consts_.Ref({lo, hi, lo, hi}) + ")";
+    }
+    static Desc ProductDesc(Form f, Real lo, Real hi) {
+        Desc desc;
+        desc.op = f == kWide ? RealVecOp::kMul : RealVecOp::kMulFloat, desc.c0 = lo, desc.c1 = hi;
+        return desc;
+    }
 
     std::string Mask(Form f, bool lo, bool hi) {
         std::string name = std::string("neg_") + (f == kWide ? "pd_" : "ps_") + (lo ? "n" : "p") + (hi ? "n" : "p");
@@ -412,12 +474,11 @@ private:
         const RealNode& nl = dag_.at(lo);
         const RealNode& nh = dag_.at(hi);
         if (nl.op == RealOp::kMul) {
-            int vx = Gather(nl.a, nh.a, kWide);
+            const Form f = NaturalForm(lo);
+            int vx = Gather(nl.a, nh.a, f);
             ++census_.muls;
-            Desc desc;
-            desc.op = RealVecOp::kMul, desc.c0 = nl.c, desc.c1 = nh.c;
-            NewVec(kWide, "_mm_mul_pd(" + Name(vx) + ", " + Constant(nl.c, nh.c) + ")", {vx}, lo, hi,
-                   Program::Kind::kCompute, Position(lo, hi), desc);
+            NewVec(f, Product(vx, f, nl.c, nh.c), {vx}, lo, hi, Program::Kind::kCompute, Position(lo, hi),
+                   ProductDesc(f, nl.c, nh.c));
             return;
         }
         const Form f = SumForm();
@@ -442,13 +503,12 @@ private:
     void EmitSingle(int id) {
         const RealNode& n = dag_.at(id);
         if (n.op == RealOp::kMul) {
-            int half = HalfCost(n.a, 1, kWide) < HalfCost(n.a, 0, kWide) ? 1 : 0;
-            int vx = GatherHalf(n.a, half, kWide);
+            const Form f = NaturalForm(id);
+            int half = HalfCost(n.a, 1, f) < HalfCost(n.a, 0, f) ? 1 : 0;
+            int vx = GatherHalf(n.a, half, f);
             ++census_.muls;
-            Desc desc;
-            desc.op = RealVecOp::kMul, desc.c0 = n.c, desc.c1 = n.c;
-            NewVec(kWide, "_mm_mul_pd(" + Name(vx) + ", " + Constant(n.c, n.c) + ")", {vx}, half == 0 ? id : -1,
-                   half == 0 ? -1 : id, Program::Kind::kCompute, id, desc);
+            NewVec(f, Product(vx, f, n.c, n.c), {vx}, half == 0 ? id : -1, half == 0 ? -1 : id,
+                   Program::Kind::kCompute, id, ProductDesc(f, n.c, n.c));
             return;
         }
         const Form f = SumForm();
@@ -572,10 +632,13 @@ private:
     RealSseRecording rec_;
     RealCensus recorded_;  // the census as of the last recorded instruction
     ConstTable consts_;
+    ConstTable float_consts_;  // constants of the float products
     RealPairing pairing_;
     Program prog_;
     RealCensus census_;
     std::vector<int> reachable_;
+    std::set<int> exact_products_;  // products that may be float products
+    std::set<int> float_products_;  // those that are
     std::vector<Vec> vecs_;
     std::vector<int> load_instrs_;
     std::vector<std::pair<int, int>> units_;                          // planned (lo, hi); hi -1 alone

@@ -32,7 +32,7 @@ class RealPairFusion {
 public:
     RealPairFusion(const RealSseRecording& rec, const std::string& table, const RealFusion& fusion)
         : rec_(rec), consts2_(table, ElemType::kDouble, 2), consts4_(table + "W", ElemType::kDouble, 4),
-          fusion_(fusion) {}
+          float_consts_(table + "F", ElemType::kFloat, 4), fusion_(fusion) {}
 
     RealKernelText Run() {
         const int count = static_cast<int>(rec_.instrs.size());
@@ -69,7 +69,7 @@ public:
         std::string body = prog_.Emit("    ", false, Program::Order::kByLatency);
         RealKernelText text;
         text.body = Prelude(body) + body;
-        text.constants = consts2_.Definition() + consts4_.Definition();
+        text.constants = consts2_.Definition() + consts4_.Definition() + float_consts_.Definition();
         text.census = census_;
         text.critical_path = prog_.CriticalPath();
         text.packed = true;
@@ -165,6 +165,7 @@ private:
             case RealVecOp::kCvtNarrow:
                 return true;  // one join saves a two-uop conversion
             case RealVecOp::kMul:
+            case RealVecOp::kMulFloat:
             case RealVecOp::kShufPs:
                 return score >= 1;
             default:
@@ -273,7 +274,7 @@ private:
         if (!fusion_.in_place || r.kind != Program::Kind::kCompute) return false;
         switch (r.op) {
             case RealVecOp::kAdd: case RealVecOp::kSub: case RealVecOp::kAddFlip: case RealVecOp::kMul:
-            case RealVecOp::kCvtWide: case RealVecOp::kCvtNarrow: case RealVecOp::kShufPd: break;
+            case RealVecOp::kMulFloat: case RealVecOp::kCvtWide: case RealVecOp::kCvtNarrow: case RealVecOp::kShufPd: break;
             default: return false;
         }
         for (int o : r.operands)
@@ -296,6 +297,9 @@ private:
                 break;
             case RealVecOp::kMul:
                 expr = "_mm256_mul_pd(" + w[0] + ", " + consts4_.Ref({r.c[0], r.c[1], r.c[0], r.c[1]}) + ")";
+                break;
+            case RealVecOp::kMulFloat:
+                expr = "_mm_mul_ps(" + w[0] + ", " + float_consts_.Ref({r.c[0], r.c[1], r.c[0], r.c[1]}) + ")";
                 break;
             case RealVecOp::kCvtWide: expr = "_mm256_cvtps_pd(" + w[0] + ")"; break;
             case RealVecOp::kCvtNarrow: expr = "_mm256_cvtpd_ps(" + w[0] + ")"; break;
@@ -339,6 +343,9 @@ private:
             if (r.op == RealVecOp::kMul)
                 text = Comments(r.text) + "const __m128d " + r.name + " = _mm_mul_pd(" + At(r.operands[0]).name + ", " +
                        consts2_.Ref({r.c[0], r.c[1]}) + ");";
+            if (r.op == RealVecOp::kMulFloat)
+                text = Comments(r.text) + "const __m128 " + r.name + " = _mm_mul_ps(" + At(r.operands[0]).name + ", " +
+                       float_consts_.Ref({r.c[0], r.c[1], r.c[0], r.c[1]}) + ");";
             Count(census);
             new_[i] = prog_.Add(r.kind, text, deps, r.position);
             if (r.kind == Program::Kind::kLoad) loads_.push_back(new_[i]);
@@ -369,6 +376,10 @@ private:
             case RealVecOp::kMul:
                 ++census_.muls;
                 expr = "_mm256_mul_pd(" + x[0] + ", " + consts4_.Ref({a.c[0], a.c[1], b.c[0], b.c[1]}) + ")";
+                break;
+            case RealVecOp::kMulFloat:
+                ++census_.muls;
+                expr = "_mm_mul_ps(" + x[0] + ", " + float_consts_.Ref({a.c[0], a.c[1], b.c[0], b.c[1]}) + ")";
                 break;
             case RealVecOp::kAdd:
             case RealVecOp::kSub:
@@ -619,6 +630,7 @@ private:
 
     const RealSseRecording& rec_;
     ConstTable consts2_, consts4_;
+    ConstTable float_consts_;  // float products: four lanes, of two fused pairs or one pair twice
     RealFusion fusion_;
     Program prog_;
     RealCensus census_;

@@ -138,7 +138,13 @@ RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, 
         return (long_body ? std::max(PortCycles(c), t.critical_path) : PortCycles(c)) * 10000 + c.Instructions();
     };
     int best_cost = cost(scalar);
-    for (const RealPairing& pairing : kPairings) {
+    std::vector<RealPairing> pairings(std::begin(kPairings), std::end(kPairings));
+    if (in.single)
+        for (RealPairing p : kPairings) {
+            p.exact_products_apart = true;
+            pairings.push_back(p);
+        }
+    for (const RealPairing& pairing : pairings) {
         std::vector<RealFusion> fusions;
         if (wide) {
             fusions.push_back(RealFusion{false, 0, isa == Isa::kX86_64_v4, false});

@@ -23,6 +23,7 @@ enum class RealVecOp {
     kCvtWide,    // _mm_cvtps_pd(a)
     kCvtNarrow,  // _mm_cvtpd_ps(a)
     kMul,        // a * {c[0], c[1]} in double
+    kMulFloat,   // a * {c[0], c[1]} in float, constants that are floats (exact)
     kAdd,        // a + b
     kSub,        // a - b
     kAddFlip,    // a + (b with the lanes of `neg` negated)

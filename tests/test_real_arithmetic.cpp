@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <limits>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -128,16 +129,21 @@ T ScaleOf(const std::function<Status(const T*, T*, int32_t)>& call, int in_count
     return y[0];
 }
 
-// Random values, and values among which zeros of both signs abound.
+// Random values, values among which zeros of both signs abound, and values
+// at the bottom of the exponent range, subnormals among them: there a float
+// product by 0.5 rounds, and only where the double product rounded to float
+// gives the same bits may a kernel form it in float.
 template <class T>
 std::vector<std::vector<T>> Inputs(int count, unsigned seed) {
     std::mt19937 gen(seed);
     std::normal_distribution<double> normal;
-    std::vector<std::vector<T>> sets(3, std::vector<T>(count));
+    const int lowest = std::numeric_limits<T>::min_exponent - std::numeric_limits<T>::digits;
+    std::vector<std::vector<T>> sets(4, std::vector<T>(count));
     for (int i = 0; i < count; ++i) {
         sets[0][i] = static_cast<T>(normal(gen));
         sets[1][i] = static_cast<T>(std::ldexp(normal(gen), static_cast<int>(gen() % 40) - 20));
         sets[2][i] = gen() % 3 == 0 ? static_cast<T>(normal(gen)) : (gen() % 2 ? T(0) : -T(0));
+        sets[3][i] = static_cast<T>(std::ldexp(normal(gen), lowest + static_cast<int>(gen() % 30)));
     }
     return sets;
 }
