@@ -39,6 +39,9 @@ struct RealKernelInput {
     // Values the packed SSE2 body keeps alive at once in its issue order
     // (Program::Emit); 0: no limit.
     int registers = 0;
+    // Single precision: the packed bodies form exact products as float
+    // products (emit_real_sse.cpp).
+    bool float_products = true;
 };
 
 struct RealCensus {

@@ -122,7 +122,7 @@ private:
     // by sums, neither by another product nor by a store, which scale the
     // double value.
     void FindExactProducts() {
-        if (!Single()) return;
+        if (!Single() || !in_.float_products) return;
         std::set<int> wide_uses;
         for (int id : reachable_)
             if (IsProduct(id)) wide_uses.insert(dag_.at(id).a);
