@@ -55,7 +55,9 @@ std::string Part(const char* map, int n, int k) {
 const char* ElemName(bool single) { return single ? "float" : "double"; }
 std::string Precision(bool single) { return single ? "32f" : "64f"; }
 std::string Arithmetic(bool single) {
-    return single ? "sums in float, products with constants in double, rounded once" : "double precision";
+    return single ? "sums in float, products with constants in double, rounded once;\n// a product by a float "
+                    "constant such as 0.5 is exact in double, so a float multiply gives its bits"
+                  : "double precision";
 }
 
 // Position of an input slot or output part (Re k at 2k, Im k at 2k + 1) in
