@@ -12,6 +12,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -102,6 +103,13 @@ struct RealFusion {
 // named `table`.
 std::vector<RealKernelText> EmitRealPacked(const RealKernelInput& in, const std::string& table,
                                            const RealPairing& pairing, const std::vector<RealFusion>& fusions);
+
+// The products of a single-precision body that may be float products
+// (emit_real_sse.cpp): a constant that is a float, a float operand (not
+// itself a product), and taken only by sums, neither by another product nor
+// by a store, which scale the double value. Empty in double precision or
+// without `in.float_products`.
+std::set<int> ExactProducts(const RealKernelInput& in);
 struct RealSseRecording;
 RealKernelText FuseRealPairs(const RealSseRecording& rec, const std::string& table, const RealFusion& fusion);
 

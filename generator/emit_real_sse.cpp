@@ -67,7 +67,7 @@ public:
         std::vector<RealValue> outputs;
         for (const RealStore& s : in_.stores) outputs.push_back(s.value);
         for (int id : ReachableNodes(dag_, outputs)) reachable_.push_back(id);
-        FindExactProducts();
+        exact_products_ = ExactProducts(in_);
         if (pairing_.twins) PlanTwins();
         if (pairing_.seeds != RealPairing::Seeds::kNone) PlanFromStores();
         PlanByLevel();
@@ -117,24 +117,6 @@ private:
         return Single() && (!IsProduct(node) || IsFloatProduct(node)) ? kNarrow : kWide;
     }
 
-    // The products that may be float products (see the top of the file): a
-    // float constant, a float operand (not itself a product), and taken only
-    // by sums, neither by another product nor by a store, which scale the
-    // double value.
-    void FindExactProducts() {
-        if (!Single() || !in_.float_products) return;
-        std::set<int> wide_uses;
-        for (int id : reachable_)
-            if (IsProduct(id)) wide_uses.insert(dag_.at(id).a);
-        for (const RealStore& s : in_.stores)
-            if (!s.value.IsZero()) wide_uses.insert(s.value.node);
-        for (int id : reachable_) {
-            const RealNode& n = dag_.at(id);
-            if (n.op != RealOp::kMul) continue;
-            const double c = static_cast<double>(n.c);  // the constant the double product takes
-            if (static_cast<float>(c) == c && !IsProduct(n.a) && !wide_uses.count(id)) exact_products_.insert(id);
-        }
-    }
     bool IsExactProduct(int node) const { return exact_products_.count(node) != 0; }
 
     // A product shares its vector with another or runs alone; a vector of
@@ -650,6 +632,28 @@ private:
 };
 
 }  // namespace
+
+std::set<int> ExactProducts(const RealKernelInput& in) {
+    std::set<int> exact;
+    if (!in.single || !in.float_products) return exact;
+    const RealDag& dag = in.dag;
+    std::vector<RealValue> outputs;
+    std::set<int> wide_uses;
+    for (const RealStore& s : in.stores) {
+        outputs.push_back(s.value);
+        if (!s.value.IsZero()) wide_uses.insert(s.value.node);
+    }
+    const std::vector<int> reachable = ReachableNodes(dag, outputs);
+    auto is_product = [&](int id) { return dag.at(id).op == RealOp::kMul; };
+    for (int id : reachable)
+        if (is_product(id)) wide_uses.insert(dag.at(id).a);
+    for (int id : reachable) {
+        if (!is_product(id)) continue;
+        const double c = static_cast<double>(dag.at(id).c);  // the constant the double product takes
+        if (static_cast<float>(c) == c && !is_product(dag.at(id).a) && !wide_uses.count(id)) exact.insert(id);
+    }
+    return exact;
+}
 
 std::vector<RealKernelText> EmitRealPacked(const RealKernelInput& in, const std::string& table,
                                            const RealPairing& pairing, const std::vector<RealFusion>& fusions) {

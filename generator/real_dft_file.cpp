@@ -144,7 +144,7 @@ RealKernelText CheapestPairing(const RealKernelInput& input, const std::string& 
     // the wider targets, which try every fusion of every body, do not (it
     // would double the generator's time for a few shuffles).
     std::vector<RealPairing> pairings(std::begin(kPairings), std::end(kPairings));
-    if (in.single && in.float_products && !wide)
+    if (!wide && !ExactProducts(in).empty())
         for (RealPairing p : kPairings) {
             p.exact_products_apart = true;
             pairings.push_back(p);
@@ -176,7 +176,7 @@ RealKernelText CheapestPairing(const RealKernelInput& input, const std::string& 
 // cycles nor its chain exceed those of the best body without them.
 RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, Isa isa) {
     RealKernelText with = CheapestPairing(input, table, isa);
-    if (isa == Isa::kX86_64 || !input.single) return with;
+    if (isa == Isa::kX86_64 || ExactProducts(input).empty()) return with;  // nothing to leave out
     RealKernelInput plain = input;
     plain.float_products = false;
     RealKernelText without = CheapestPairing(plain, table, isa);
