@@ -174,15 +174,40 @@ RealKernelText CheapestPairing(const RealKernelInput& input, const std::string& 
 // and inverse 37 took 1.27 and 1.26 times as long as without float products
 // (x86-64-v4). There the body with them is kept only where neither its port
 // cycles nor its chain exceed those of the best body without them.
-RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, Isa isa) {
+RealKernelText CheapestWide(const RealKernelInput& input, const std::string& table, Isa isa) {
     RealKernelText with = CheapestPairing(input, table, isa);
-    if (isa == Isa::kX86_64 || ExactProducts(input).empty()) return with;  // nothing to leave out
+    if (ExactProducts(input).empty()) return with;  // nothing to leave out
     RealKernelInput plain = input;
     plain.float_products = false;
     RealKernelText without = CheapestPairing(plain, table, isa);
     const bool better = PortCycles(with.census) <= PortCycles(without.census) &&
                         with.critical_path <= without.critical_path;
     return better ? with : without;
+}
+
+// In single precision a wider body moves its products through 256-bit
+// conversions, which take longer than the 128-bit ones, and lines the floats
+// up for them with more shuffles, so its chain grows where its port count
+// falls. Where the chain grows by more than the ports save, the baseline's
+// two-lane body ran faster on the same core: forward 9, inverse 11 and
+// Hartley 9 took 1.54, 1.41 and 1.40 times as long as it (x86-64-v4; about
+// 20 of the 189 single-precision real and Hartley kernels over 1.1 in each
+// of the two builds). So the wider targets weigh a body by its port cycles
+// + 0.7 x its chain and take the baseline's body where that is lower.
+// Against those measurements the rule picks the baseline's body for 33
+// kernels of x86-64-v4, 31 of which had run slower wide, and 32 of
+// x86-64-v3 (25; five of the others within 3%); weights from 0.5 to 1.0 did
+// about as well. In double precision, without conversions, it would have
+// picked 59 kernels, 54 of which ran faster wide: there the port count
+// alone decides.
+int WeighedCycles(const RealKernelText& t) { return 10 * PortCycles(t.census) + 7 * t.critical_path; }
+
+RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, Isa isa) {
+    if (isa == Isa::kX86_64) return CheapestPairing(input, table, isa);
+    RealKernelText wide = CheapestWide(input, table, isa);
+    if (!input.single) return wide;
+    RealKernelText baseline = CheapestPairing(input, table, Isa::kX86_64);
+    return WeighedCycles(baseline) < WeighedCycles(wide) ? baseline : wide;
 }
 
 struct Kernel {
