@@ -61,8 +61,8 @@ Prec PrecOf(bool single, Isa isa) {
     return single ? Prec{true, "float", "__m128", "ps", 4} : Prec{false, "double", "__m128d", "pd", 2};
 }
 
-// The 256-bit shape of a 512-bit target, for transforms shorter than one
-// 512-bit vector.
+// The 256-bit shape of a 512-bit target, for the transforms that
+// KeepsNarrower names.
 Prec Narrower(const Prec& p) { return PrecOf(p.single, Isa::kX86_64_v3); }
 
 // Whether a 512-bit target writes the n-point transform with the 256-bit
