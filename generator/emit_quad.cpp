@@ -149,6 +149,7 @@ public:
         PlanSiblings();
         if (shape_.MaskedOps()) PlanMixedProducts();
         PlanByLevel();
+        NoteFixedOperands();
         for (const Quad& unit : OrderUnits()) EmitUnit(unit);
         EmitStores();
 
@@ -738,6 +739,23 @@ private:
         return order;
     }
 
+    // Operand registers that planned full units need in exactly one order
+    // (no sum among them, whose operands could swap). A unit of sums takes
+    // these where it can, so that the sums and the differences of the same
+    // values share their operand registers instead of each shuffling its own.
+    void NoteFixedOperands() {
+        const Dag& dag = in_.dag;
+        for (const Quad& u : units_) {
+            bool fixed = true;
+            for (int node : u) fixed = fixed && node >= 0 && dag.at(node).op != Op::kAdd;
+            if (!fixed) continue;
+            Quad a, b;
+            for (int s = 0; s < 4; ++s) a[s] = dag.at(u[s]).a, b[s] = dag.at(u[s]).b;
+            fixed_operands_.insert(a);
+            if (ClassOf(dag.at(u[0]).op) == OpClass::kAddSub) fixed_operands_.insert(b);
+        }
+    }
+
     // ---- Emission.
 
     // A unit that does not fill the register goes where its operands are.
@@ -856,7 +874,12 @@ private:
         for (int node : u)
             if (node >= 0 && first < 0) first = node;
         Census& c = prog_.census;
-        Operands ops = BestOperands(u, [&](const Quad& t) { return GatherCost(t); });
+        // Shuffles doubled, less one for a register a fixed unit needs too
+        // (a tie-break between arrangements).
+        Operands ops = BestOperands(u, [&](const Quad& t) {
+            const int c = GatherCost(t);
+            return c == 0 ? 0 : 2 * c - (fixed_operands_.count(t) ? 1 : 0);
+        });
         switch (ClassOf(dag.at(first).op)) {
             case OpClass::kAddSub: {
                 int va = Gather(ops.a), vb = Gather(ops.b);
@@ -962,6 +985,7 @@ private:
     std::vector<std::uint64_t> anc_;               // ancestor bit sets, `words_` per node
     int words_ = 0;
     std::vector<Quad> units_;
+    std::set<Quad> fixed_operands_;                // see NoteFixedOperands
     std::map<int, std::pair<int, int>> plan_;      // node -> (unit, slot)
     std::vector<std::pair<int, int>> halves_;      // planned pairs not yet in a unit
     std::map<int, int> half_of_;                   // first node of a pair -> pair

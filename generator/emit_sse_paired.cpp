@@ -129,6 +129,7 @@ public:
         EmitLoads();
         PlanTwins();
         PlanByLevel();
+        NoteFixedOperands();
         std::set<int> loads;
         for (const auto& [index, node] : loads_) loads.insert(node);
         auto operands = [&](int node) { return std::vector<int>{in_.dag.at(node).a, in_.dag.at(node).b}; };
@@ -405,6 +406,32 @@ private:
             }
     }
 
+    // Operand vectors that planned pairs need in exactly one order: both
+    // halves subtract, or multiply. A pair of sums, free to swap each half's
+    // operands, takes these where it can, so that the sum and the difference
+    // of the same two values share their operand vectors instead of each
+    // shuffling its own.
+    void NoteFixedOperands() {
+        for (auto [lo, hi] : units_) {
+            if (hi < 0) continue;
+            const Node& nl = in_.dag.at(lo);
+            const Node& nh = in_.dag.at(hi);
+            if (ClassOf(nl.op) != OpClass::kAddSub) {
+                fixed_operands_.insert({nl.a, nh.a});
+            } else if (nl.op == Op::kSub && nh.op == Op::kSub) {
+                fixed_operands_.insert({nl.a, nh.a});
+                fixed_operands_.insert({nl.b, nh.b});
+            }
+        }
+    }
+
+    // Shuffles for a vector holding (lo, hi), doubled, less one where a
+    // planned pair needs that vector too (a tie-break between arrangements).
+    int ArrangementCost(int lo, int hi) const {
+        if (PairCost(lo, hi) == 0) return 0;
+        return fixed_operands_.count({lo, hi}) ? 1 : 2;
+    }
+
     // ---- Emission.
 
     void EmitPair(int lo, int hi) {
@@ -413,7 +440,7 @@ private:
         Census& c = prog_.census;
         switch (ClassOf(nl.op)) {
             case OpClass::kAddSub: {
-                OperandArrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q); });
+                OperandArrangement a = BestAddSub(lo, hi, [&](int p, int q) { return ArrangementCost(p, q); });
                 int va = Gather(a.a_lo, a.a_hi), vb = Gather(a.b_lo, a.b_hi);
                 std::string expr;
                 ++c.adds;
@@ -592,6 +619,7 @@ private:
     std::map<int, std::pair<int, int>> plan_;           // node -> (unit, half)
     std::map<int, std::vector<std::pair<int, int>>> where_;  // node -> (vec, half)
     std::map<std::pair<int, int>, int> exact_;          // (lo, hi) -> vec
+    std::set<std::pair<int, int>> fixed_operands_;      // see NoteFixedOperands
     std::map<std::string, std::string> prelude_;        // masks and signed scales
     std::map<int, int> load_index_;                     // input node -> index, for shapes that load on demand
     std::map<std::pair<int, bool>, std::pair<std::string, int>> scaled_;  // (vec, negated) -> product
