@@ -79,7 +79,8 @@ namespace {
 // the chain, not the ports, bounds a kernel.
 int StatementLatency(const std::string& text, Program::Kind kind) {
     static const std::vector<std::pair<const char*, int>> kLatency = {
-        {"_mm_cvtps_pd", 3}, {"_mm_cvtpd_ps", 3}, {"_mm256_cvtps_pd", 4}, {"_mm256_cvtpd_ps", 6}, {"_mul_", 4}, {"_add_", 3}, {"_sub_", 3},
+        {"_mm_cvtps_pd", 3}, {"_mm_cvtpd_ps", 3}, {"_mm256_cvtps_pd", 4}, {"_mm256_cvtpd_ps", 6},
+        {"_mul_", 4}, {"_add_", 3}, {"_sub_", 3},
         {"extractf128", 3}, {"set_m128", 3}, {"insertf128", 3}, {"permute2f128", 3}, {"permutex2var", 3},
         {"xor_", 1}, {"blend_", 1}, {"shuffle_", 1}, {"permute_", 1}, {"unpack", 1}, {"move", 1}, {"insert_ps", 1},
         {"TakeLanes", 2}, {"Gather", 2},
