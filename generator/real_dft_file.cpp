@@ -1,11 +1,13 @@
 #include "real_dft_file.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <set>
 #include <stdexcept>
 
 #include "emit_real.h"
 #include "frame/packed_layout.h"
+#include "real_accuracy.h"
 #include "real_transforms.h"
 #include "recipe.h"
 #include "target_isa.h"
@@ -370,9 +372,17 @@ GeneratedFile HartleyFile(int n, bool single, Isa isa) {
 
 std::string ExploreReal(int n, bool single, const std::string& forward, const std::string& inverse,
                         const std::string& hartley, Isa isa) {
-    return "forward " + forward + ": " + ForwardKernel(n, single, ParseFor(n, forward), isa).Summary() + "\n" +
-           "inverse " + inverse + ": " + InverseKernel(n, single, ParseFor(n, inverse), isa).Summary() + "\n" +
-           "hartley " + hartley + ": " + HartleyKernel(n, single, ParseFor(n, hartley), isa).Summary() + "\n";
+    auto error = [single](RealFamily family, const Recipe& recipe) {
+        const SchemeError e = EstimateRealError(family, recipe);
+        char text[64];
+        std::snprintf(text, sizeof text, "; rms error %.3g", single ? e.single : e.dbl);
+        return std::string(text);
+    };
+    const Recipe f = ParseFor(n, forward), i = ParseFor(n, inverse), h = ParseFor(n, hartley);
+    return "forward " + forward + ": " + ForwardKernel(n, single, f, isa).Summary() + error(RealFamily::kForward, f) +
+           "\ninverse " + inverse + ": " + InverseKernel(n, single, i, isa).Summary() + error(RealFamily::kInverse, i) +
+           "\nhartley " + hartley + ": " + HartleyKernel(n, single, h, isa).Summary() + error(RealFamily::kHartley, h) +
+           "\n";
 }
 
 }  // namespace gen

@@ -14,8 +14,9 @@ namespace gen {
 GeneratedFile RealDftFile(int n, bool single, Isa isa);
 GeneratedFile HartleyFile(int n, bool single, Isa isa);
 
-// Census of the three real kernels of length n for other schemes than the
-// table's, for trying them out; nothing is checked against the budget.
+// Census and estimated rounding error (real_accuracy.h) of the three real
+// kernels of length n for other schemes than the table's, for trying them
+// out; nothing is checked against the budget.
 std::string ExploreReal(int n, bool single, const std::string& forward, const std::string& inverse,
                         const std::string& hartley, Isa isa = Isa::kX86_64);
 

@@ -43,7 +43,13 @@ private:
         if (word == "q5") return Make(Recipe::Kind::kQuarterFive, 5);
         Expect('(');
         Recipe r;
-        if (word == "rader") {
+        if (word == "pairs") {
+            // Direct symmetric pairs at any odd prime, for comparing with the
+            // table's Rader stages (the defaults use them at 7 and 11 only).
+            const int p = Number();
+            if (!IsPrime(p) || p < 3) Fail("pairs of a length that is not an odd prime");
+            r = Make(Recipe::Kind::kPairs, p);
+        } else if (word == "rader") {
             Recipe inner = Expr();
             r = Make(Recipe::Kind::kRader, inner.length + 1, {inner});
             if (!IsPrime(r.length)) Fail("rader of a non-prime length");

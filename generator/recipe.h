@@ -3,6 +3,7 @@
 // Text form (the recipe table is written in it):
 //   7                 the default scheme of a stage of that length
 //   q5                five-point stage in the 1/4, sqrt(5)/4 form
+//   pairs(p)          direct symmetric pairs for an odd prime p
 //   rader(E)          Rader for prime p, convolution by transforms E of length p-1
 //   radpad(p, E)      Rader for prime p, convolution zero-padded to E's length
 //   ct(E1, E2)        Cooley-Tukey: E1 over strided inputs, rotations of order N, E2

@@ -14,6 +14,7 @@
 #include "algorithms.h"
 #include "dag.h"
 #include "program.h"
+#include "real_accuracy.h"
 #include "real_dag.h"
 #include "real_transforms.h"
 #include "recipe.h"
@@ -82,7 +83,8 @@ TEST(Recipe, ParsesTheTableAndRejectsNonsense) {
     }
     EXPECT_EQ(gen::ParseRecipe("pfa(2, 3, 5)").length, 30);
     EXPECT_EQ(gen::ParseRecipe("rader(pfa(2, rader(10)))").length, 23);
-    for (const char* bad : {"rader(5)", "ct(2)", "pfa(2, 4", "fft(8)", "radpad(47, 64)", "3 3"})
+    EXPECT_EQ(gen::ParseRecipe("pairs(47)").kind, gen::Recipe::Kind::kPairs);
+    for (const char* bad : {"rader(5)", "ct(2)", "pfa(2, 4", "fft(8)", "radpad(47, 64)", "3 3", "pairs(9)", "pairs(2)"})
         EXPECT_THROW(gen::ParseRecipe(bad), std::runtime_error) << bad;
 }
 
@@ -210,6 +212,28 @@ TEST(RealTransforms, EveryRealSchemeMatchesTheDefinition) {
         std::vector<Real> hartley(n);
         for (int k = 0; k < n; ++k) hartley[k] = spectrum[k].real() - spectrum[k].imag();
         EXPECT_LT(RelativeError(EvaluateReal(dht.dag, dht.outputs, samples), hartley), 1e-15L) << "Hartley " << n;
+    }
+}
+
+// The error estimate that explore-real prints: a nested Rader scheme is
+// measurably less accurate than the direct method of the same length, and
+// both errors sit where rounding to double and to float puts them (an
+// estimate that skipped the rounding, or a wrong reference, falls outside).
+TEST(RealAccuracy, EstimateSeparatesNestedRaderFromDirectPairs) {
+    const gen::Recipe rader = gen::ParseRecipe("rader(pfa(2, rader(10)))"), direct = gen::ParseRecipe("pairs(23)");
+    for (auto family : {gen::RealFamily::kForward, gen::RealFamily::kInverse, gen::RealFamily::kHartley}) {
+        const gen::SchemeError r = gen::EstimateRealError(family, rader, 40);
+        const gen::SchemeError d = gen::EstimateRealError(family, direct, 40);
+        EXPECT_LT(d.dbl, 0.8 * r.dbl);
+        EXPECT_LT(d.single, 0.8 * r.single);
+        for (double e : {r.dbl, d.dbl}) {
+            EXPECT_GT(e, 5e-17);
+            EXPECT_LT(e, 1e-15);
+        }
+        for (double e : {r.single, d.single}) {
+            EXPECT_GT(e, 2e-8);
+            EXPECT_LT(e, 5e-7);
+        }
     }
 }
 
