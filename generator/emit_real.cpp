@@ -106,11 +106,11 @@ RealKernelText EmitReal(const RealKernelInput& in) {
         std::string text;
         std::vector<int> deps;
         const RealValue& v = s.value;
+        // After every load: the destination may be the source.
+        for (const auto& [node, instr] : instr_of)
+            if (dag.at(node).op == RealOp::kLoad) deps.push_back(instr);
         if (v.IsZero()) {
-            // After every load: the destination may be the source.
             text = "y[" + s.element + "] = " + (in.single ? "0.0f;" : "0.0;");
-            for (const auto& [node, instr] : instr_of)
-                if (dag.at(node).op == RealOp::kLoad) deps.push_back(instr);
         } else if (mixed && is_product(v.node)) {
             // Still in double: scaled in double, rounded once.
             wide_scale = true;

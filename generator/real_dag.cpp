@@ -59,6 +59,9 @@ RealValue RealDag::Mul(RealValue x, Real c) {
     // conjugate bins come out of separate long double sums).
     c = static_cast<Real>(static_cast<double>(c));
     if (c == 1) return x;
+    if (fold_doubled_sums_)
+        if (const RealNode& sum = nodes_[x.node]; sum.op == RealOp::kAdd && sum.a == sum.b)
+            return Mul(RealValue{sum.a, false}, 2 * c);
     RealNode n{RealOp::kMul};
     n.a = x.node;
     n.c = c;

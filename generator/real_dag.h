@@ -49,6 +49,13 @@ public:
     RealValue Sub(RealValue x, RealValue y);
     static RealValue Neg(RealValue x) { return x.IsZero() ? x : RealValue{x.node, !x.negated}; }
     RealValue Mul(RealValue x, Real c);
+    // From now on a product of x + x takes x and twice the constant. x + x is
+    // exactly 2x (the factor 2 of a conjugate pair), and 2x times c is x
+    // times 2c: the same value, rounded once either way (only where x + x
+    // itself would overflow do they differ). The product comes one add
+    // earlier, the add goes where nothing else uses it, and times 0.5 the
+    // product is x itself.
+    void FoldDoubledSums() { fold_doubled_sums_ = true; }
 
     const RealNode& at(int id) const { return nodes_[id]; }
     int size() const { return static_cast<int>(nodes_.size()); }
@@ -83,6 +90,7 @@ private:
     std::vector<TwinNodes> twins_, crossed_twins_;
     std::set<std::pair<int, int>> kin_;
     std::map<std::tuple<int, int, int, int, Real>, int> index_;
+    bool fold_doubled_sums_ = false;
 };
 
 // Real and imaginary part of one complex value.

@@ -218,51 +218,77 @@ RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, 
 struct Kernel {
     RealKernelText text;
     int products = 0;
+    bool folded = false;  // products of doubled sums take the sum's operand
     // Products with constants, then the body's instructions.
     std::string Summary() const {
         return std::to_string(products) + " products; " + (text.wide ? "AVX " : text.packed ? "SSE2 " : "scalar ") +
-               text.census.Text();
+               text.census.Text() + (folded ? "; doubled sums folded" : "");
     }
 };
 
+// Each kernel is built from the DAG with or without its doubled sums folded
+// into their products (RealDag::FoldDoubledSums), whichever gives the
+// smaller baseline body, and every build takes the same DAG, so the builds
+// keep the same bits even where x + x would overflow. Folding shortens
+// chains (inverse 9, single: 0.87 of the time) but can cost the two-lane
+// pairing where the sum has other users: the product then pairs with
+// another value (inverse 5 and 7, double: two and three more loads, 1.17
+// times as long).
+template <class Build>
+Kernel WithChosenSums(Build build, Isa isa) {
+    Kernel plain = build(false, Isa::kX86_64), folded = build(true, Isa::kX86_64);
+    folded.folded = true;
+    const bool fold = folded.text.census.Instructions() < plain.text.census.Instructions();
+    if (isa == Isa::kX86_64) return fold ? folded : plain;
+    Kernel k = build(fold, isa);
+    k.folded = fold;
+    return k;
+}
+
 Kernel ForwardKernel(int n, bool single, const Recipe& recipe, Isa isa) {
-    ForwardRealDag f = BuildForwardReal(recipe);
-    RealKernelInput in{f.dag, [](int slot) { return std::to_string(slot); }, {}, single};
-    in.sources_adjacent = Consecutive;
-    // Store 2k is Re k and store 2k + 1 is Im k, as the input slots of the
-    // inverse.
-    in.stores_adjacent = [n](int store, int next) { return PartsAdjacent(n, store, next); };
-    std::vector<RealValue> values;
-    for (int k = 0; 2 * k <= n; ++k) {
-        in.stores.push_back({Part("ReAt", n, k), f.bins[k].re, ""});
-        // Im 0 and Im N/2: an explicit +0.0 where the layout has a place.
-        if (qvn::ImagIsZero(n, k))
-            in.stores.push_back({Part("ImAt", n, k), RealValue{}, "L == qvn::Layout::kCCS"});
-        else
-            in.stores.push_back({Part("ImAt", n, k), f.bins[k].im, ""});
-        values.push_back(f.bins[k].re);
-        values.push_back(f.bins[k].im);
-    }
-    return {Cheapest(in, "kForwardC", isa), CountProducts(f.dag, values)};
+    return WithChosenSums([&](bool fold, Isa target) -> Kernel {
+        ForwardRealDag f = BuildForwardReal(recipe, fold);
+        RealKernelInput in{f.dag, [](int slot) { return std::to_string(slot); }, {}, single};
+        in.sources_adjacent = Consecutive;
+        // Store 2k is Re k and store 2k + 1 is Im k, as the input slots of the
+        // inverse.
+        in.stores_adjacent = [n](int store, int next) { return PartsAdjacent(n, store, next); };
+        std::vector<RealValue> values;
+        for (int k = 0; 2 * k <= n; ++k) {
+            in.stores.push_back({Part("ReAt", n, k), f.bins[k].re, ""});
+            // Im 0 and Im N/2: an explicit +0.0 where the layout has a place.
+            if (qvn::ImagIsZero(n, k))
+                in.stores.push_back({Part("ImAt", n, k), RealValue{}, "L == qvn::Layout::kCCS"});
+            else
+                in.stores.push_back({Part("ImAt", n, k), f.bins[k].im, ""});
+            values.push_back(f.bins[k].re);
+            values.push_back(f.bins[k].im);
+        }
+        return {Cheapest(in, "kForwardC", target), CountProducts(f.dag, values)};
+    }, isa);
 }
 
 Kernel InverseKernel(int n, bool single, const Recipe& recipe, Isa isa) {
-    RealOutputsDag inv = BuildInverseReal(recipe);
-    auto source = [n](int slot) { return Part(slot % 2 == 0 ? "ReAt" : "ImAt", n, slot / 2); };
-    RealKernelInput in{inv.dag, source, {}, single};
-    in.sources_adjacent = [n](int slot, int next) { return PartsAdjacent(n, slot, next); };
-    in.stores_adjacent = Consecutive;
-    for (int j = 0; j < n; ++j) in.stores.push_back({std::to_string(j), inv.outputs[j], ""});
-    return {Cheapest(in, "kInverseC", isa), CountProducts(inv.dag, inv.outputs)};
+    return WithChosenSums([&](bool fold, Isa target) -> Kernel {
+        RealOutputsDag inv = BuildInverseReal(recipe, fold);
+        auto source = [n](int slot) { return Part(slot % 2 == 0 ? "ReAt" : "ImAt", n, slot / 2); };
+        RealKernelInput in{inv.dag, source, {}, single};
+        in.sources_adjacent = [n](int slot, int next) { return PartsAdjacent(n, slot, next); };
+        in.stores_adjacent = Consecutive;
+        for (int j = 0; j < n; ++j) in.stores.push_back({std::to_string(j), inv.outputs[j], ""});
+        return {Cheapest(in, "kInverseC", target), CountProducts(inv.dag, inv.outputs)};
+    }, isa);
 }
 
 Kernel HartleyKernel(int n, bool single, const Recipe& recipe, Isa isa) {
-    RealOutputsDag h = BuildHartley(recipe);
-    RealKernelInput in{h.dag, [](int slot) { return std::to_string(slot); }, {}, single};
-    in.sources_adjacent = Consecutive;
-    in.stores_adjacent = Consecutive;
-    for (int k = 0; k < n; ++k) in.stores.push_back({std::to_string(k), h.outputs[k], ""});
-    return {Cheapest(in, "kHartleyC", isa), CountProducts(h.dag, h.outputs)};
+    return WithChosenSums([&](bool fold, Isa target) -> Kernel {
+        RealOutputsDag h = BuildHartley(recipe, fold);
+        RealKernelInput in{h.dag, [](int slot) { return std::to_string(slot); }, {}, single};
+        in.sources_adjacent = Consecutive;
+        in.stores_adjacent = Consecutive;
+        for (int k = 0; k < n; ++k) in.stores.push_back({std::to_string(k), h.outputs[k], ""});
+        return {Cheapest(in, "kHartleyC", target), CountProducts(h.dag, h.outputs)};
+    }, isa);
 }
 
 // The baseline's single-precision forward bodies hold more values than the

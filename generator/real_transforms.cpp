@@ -28,16 +28,18 @@ std::vector<RealPair> ForwardBins(RealDag& real, const Recipe& recipe) {
 
 }  // namespace
 
-ForwardRealDag BuildForwardReal(const Recipe& recipe) {
+ForwardRealDag BuildForwardReal(const Recipe& recipe, bool fold_doubled_sums) {
     ForwardRealDag out;
+    if (fold_doubled_sums) out.dag.FoldDoubledSums();
     out.bins = ForwardBins(out.dag, recipe);
     return out;
 }
 
-RealOutputsDag BuildInverseReal(const Recipe& recipe) {
+RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums) {
     const int n = recipe.length;
     RealOutputsDag out;
     RealDag& real = out.dag;
+    if (fold_doubled_sums) real.FoldDoubledSums();
     // X[k] for k <= N/2 from the slots, X[N-k] = conj X[k] above.
     std::vector<RealPair> inputs(n);
     for (int k = 0; 2 * k <= n; ++k) {
@@ -53,10 +55,11 @@ RealOutputsDag BuildInverseReal(const Recipe& recipe) {
     return out;
 }
 
-RealOutputsDag BuildHartley(const Recipe& recipe) {
+RealOutputsDag BuildHartley(const Recipe& recipe, bool fold_doubled_sums) {
     const int n = recipe.length;
     RealOutputsDag out;
     RealDag& real = out.dag;
+    if (fold_doubled_sums) real.FoldDoubledSums();
     std::vector<RealPair> bins = ForwardBins(real, recipe);
     out.outputs.resize(n);
     // X[k] = C[k] - i S[k]: H[k] = C + S = Re - Im, H[N-k] = C - S = Re + Im.

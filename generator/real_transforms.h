@@ -24,13 +24,14 @@ struct ForwardRealDag {
     RealDag dag;
     std::vector<RealPair> bins;  // k = 0 .. N/2
 };
-ForwardRealDag BuildForwardReal(const Recipe& recipe);
+// fold_doubled_sums: see RealDag::FoldDoubledSums.
+ForwardRealDag BuildForwardReal(const Recipe& recipe, bool fold_doubled_sums = false);
 
 struct RealOutputsDag {
     RealDag dag;
     std::vector<RealValue> outputs;  // N values
 };
-RealOutputsDag BuildInverseReal(const Recipe& recipe);
-RealOutputsDag BuildHartley(const Recipe& recipe);
+RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums = false);
+RealOutputsDag BuildHartley(const Recipe& recipe, bool fold_doubled_sums = false);
 
 }  // namespace gen

@@ -175,43 +175,47 @@ Real RelativeError(const std::vector<Real>& got, const std::vector<Real>& want) 
 // forward real DFT, its inverse from a half spectrum and the Hartley
 // transform. This holds the symmetry shortcuts of the builders (conjugate
 // rows, halved Rader products, the split convolution) to the definitions,
-// before any emitter is involved; the constants in the DAG are the doubles
-// the kernels hold, so the bound is at double precision.
+// before any emitter is involved, with and without the doubled sums folded
+// into their products; the constants in the DAG are the doubles the kernels
+// hold, so the bound is at double precision.
 TEST(RealTransforms, EveryRealSchemeMatchesTheDefinition) {
     std::mt19937 rng(11);
     std::uniform_real_distribution<double> u(-1, 1);
-    for (const auto& row : gen::kRealDftTable) {
-        const int n = row.n;
-        std::vector<qvntest::RefComplex> x(n);
-        std::vector<Real> samples(n);
-        for (int i = 0; i < n; ++i) x[i] = samples[i] = u(rng);
-        const auto spectrum = qvntest::ReferenceDft(x, -1);
+    for (bool fold : {false, true}) {
+        for (const auto& row : gen::kRealDftTable) {
+            SCOPED_TRACE(fold ? "doubled sums folded" : "plain DAG");
+            const int n = row.n;
+            std::vector<qvntest::RefComplex> x(n);
+            std::vector<Real> samples(n);
+            for (int i = 0; i < n; ++i) x[i] = samples[i] = u(rng);
+            const auto spectrum = qvntest::ReferenceDft(x, -1);
 
-        gen::ForwardRealDag fwd = gen::BuildForwardReal(gen::ParseRecipe(row.forward));
-        std::vector<gen::RealValue> parts;
-        std::vector<Real> want;
-        for (int k = 0; 2 * k <= n; ++k) {
-            parts.insert(parts.end(), {fwd.bins[k].re, fwd.bins[k].im});
-            want.insert(want.end(), {spectrum[k].real(), spectrum[k].imag()});
+            gen::ForwardRealDag fwd = gen::BuildForwardReal(gen::ParseRecipe(row.forward), fold);
+            std::vector<gen::RealValue> parts;
+            std::vector<Real> want;
+            for (int k = 0; 2 * k <= n; ++k) {
+                parts.insert(parts.end(), {fwd.bins[k].re, fwd.bins[k].im});
+                want.insert(want.end(), {spectrum[k].real(), spectrum[k].imag()});
+            }
+            EXPECT_LT(RelativeError(EvaluateReal(fwd.dag, parts, samples), want), 1e-15L) << "forward " << n;
+
+            // Slot 2k holds Re k, 2k + 1 Im k; the inverse must come back to x
+            // (times N) whatever Im 0 and Im N/2 hold, so they carry junk here.
+            gen::RealOutputsDag inv = gen::BuildInverseReal(gen::ParseRecipe(row.inverse), fold);
+            std::vector<Real> slots(n + 2);
+            for (int k = 0; 2 * k <= n; ++k) {
+                slots[gen::ReSlot(k)] = spectrum[k].real();
+                slots[gen::ImSlot(k)] = k == 0 || 2 * k == n ? 1e6 : spectrum[k].imag();
+            }
+            std::vector<Real> scaled(samples);
+            for (Real& s : scaled) s *= n;
+            EXPECT_LT(RelativeError(EvaluateReal(inv.dag, inv.outputs, slots), scaled), 1e-15L) << "inverse " << n;
+
+            gen::RealOutputsDag dht = gen::BuildHartley(gen::ParseRecipe(row.hartley), fold);
+            std::vector<Real> hartley(n);
+            for (int k = 0; k < n; ++k) hartley[k] = spectrum[k].real() - spectrum[k].imag();
+            EXPECT_LT(RelativeError(EvaluateReal(dht.dag, dht.outputs, samples), hartley), 1e-15L) << "Hartley " << n;
         }
-        EXPECT_LT(RelativeError(EvaluateReal(fwd.dag, parts, samples), want), 1e-15L) << "forward " << n;
-
-        // Slot 2k holds Re k, 2k + 1 Im k; the inverse must come back to x
-        // (times N) whatever Im 0 and Im N/2 hold, so they carry junk here.
-        gen::RealOutputsDag inv = gen::BuildInverseReal(gen::ParseRecipe(row.inverse));
-        std::vector<Real> slots(n + 2);
-        for (int k = 0; 2 * k <= n; ++k) {
-            slots[gen::ReSlot(k)] = spectrum[k].real();
-            slots[gen::ImSlot(k)] = k == 0 || 2 * k == n ? 1e6 : spectrum[k].imag();
-        }
-        std::vector<Real> scaled(samples);
-        for (Real& s : scaled) s *= n;
-        EXPECT_LT(RelativeError(EvaluateReal(inv.dag, inv.outputs, slots), scaled), 1e-15L) << "inverse " << n;
-
-        gen::RealOutputsDag dht = gen::BuildHartley(gen::ParseRecipe(row.hartley));
-        std::vector<Real> hartley(n);
-        for (int k = 0; k < n; ++k) hartley[k] = spectrum[k].real() - spectrum[k].imag();
-        EXPECT_LT(RelativeError(EvaluateReal(dht.dag, dht.outputs, samples), hartley), 1e-15L) << "Hartley " << n;
     }
 }
 

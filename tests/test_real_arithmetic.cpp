@@ -12,6 +12,12 @@
 // signed zeros. A packed kernel that pairs two operations wrongly, drops a
 // rounding or flips the sign of a zero fails here even where the value is
 // within the accuracy bounds of the other tests.
+//
+// The interpreter runs the plain DAG, where many kernels are built from the
+// DAG with their doubled sums folded into the products (x * 2c for
+// (x + x) * c, RealDag::FoldDoubledSums). Short of an overflowing x + x the
+// two give the same bits, and this test holds the folded kernels to that,
+// down to the subnormal inputs.
 #include <gtest/gtest.h>
 
 #include <algorithm>
