@@ -96,6 +96,8 @@ std::vector<Real> Rounded(const Scheme& s, const std::vector<Real>& x, bool sing
     return y;
 }
 
+}  // namespace
+
 double RelativeRms(const std::vector<Real>& got, const std::vector<Real>& want) {
     Real err = 0, norm = 0;
     for (size_t i = 0; i < want.size(); ++i) {
@@ -104,8 +106,6 @@ double RelativeRms(const std::vector<Real>& got, const std::vector<Real>& want) 
     }
     return static_cast<double>(std::sqrt(err / norm));
 }
-
-}  // namespace
 
 SchemeError EstimateRealError(RealFamily family, const Recipe& recipe, int trials) {
     const Scheme s = Lowered(family, recipe);

@@ -12,6 +12,9 @@
 // compared by accuracy as the census compares them by cost.
 #pragma once
 
+#include <vector>
+
+#include "dag.h"
 #include "recipe.h"
 
 namespace gen {
@@ -24,5 +27,8 @@ struct SchemeError {
 };
 
 SchemeError EstimateRealError(RealFamily family, const Recipe& recipe, int trials = 200);
+
+// rms of got - want over the rms of want.
+double RelativeRms(const std::vector<Real>& got, const std::vector<Real>& want);
 
 }  // namespace gen

@@ -162,15 +162,6 @@ std::vector<Real> EvaluateReal(const gen::RealDag& dag, const std::vector<gen::R
     return y;
 }
 
-Real RelativeError(const std::vector<Real>& got, const std::vector<Real>& want) {
-    Real err = 0, norm = 0;
-    for (size_t i = 0; i < want.size(); ++i) {
-        err += (got[i] - want[i]) * (got[i] - want[i]);
-        norm += want[i] * want[i];
-    }
-    return std::sqrt(err / norm);
-}
-
 // The real-input schemes of every length, lowered to real DAGs, compute the
 // forward real DFT, its inverse from a half spectrum and the Hartley
 // transform. This holds the symmetry shortcuts of the builders (conjugate
@@ -197,7 +188,7 @@ TEST(RealTransforms, EveryRealSchemeMatchesTheDefinition) {
                 parts.insert(parts.end(), {fwd.bins[k].re, fwd.bins[k].im});
                 want.insert(want.end(), {spectrum[k].real(), spectrum[k].imag()});
             }
-            EXPECT_LT(RelativeError(EvaluateReal(fwd.dag, parts, samples), want), 1e-15L) << "forward " << n;
+            EXPECT_LT(gen::RelativeRms(EvaluateReal(fwd.dag, parts, samples), want), 1e-15) << "forward " << n;
 
             // Slot 2k holds Re k, 2k + 1 Im k; the inverse must come back to x
             // (times N) whatever Im 0 and Im N/2 hold, so they carry junk here.
@@ -209,12 +200,12 @@ TEST(RealTransforms, EveryRealSchemeMatchesTheDefinition) {
             }
             std::vector<Real> scaled(samples);
             for (Real& s : scaled) s *= n;
-            EXPECT_LT(RelativeError(EvaluateReal(inv.dag, inv.outputs, slots), scaled), 1e-15L) << "inverse " << n;
+            EXPECT_LT(gen::RelativeRms(EvaluateReal(inv.dag, inv.outputs, slots), scaled), 1e-15) << "inverse " << n;
 
             gen::RealOutputsDag dht = gen::BuildHartley(gen::ParseRecipe(row.hartley), fold);
             std::vector<Real> hartley(n);
             for (int k = 0; k < n; ++k) hartley[k] = spectrum[k].real() - spectrum[k].imag();
-            EXPECT_LT(RelativeError(EvaluateReal(dht.dag, dht.outputs, samples), hartley), 1e-15L) << "Hartley " << n;
+            EXPECT_LT(gen::RelativeRms(EvaluateReal(dht.dag, dht.outputs, samples), hartley), 1e-15) << "Hartley " << n;
         }
     }
 }
