@@ -36,7 +36,8 @@ int Usage() {
     std::fprintf(stderr,
                  "usage: qvngen-gen [--isa x86-64|x86-64-v3|x86-64-v4] complex-dft|dft-real|hartley|wht|dct4 OUTDIR\n"
                  "       qvngen-gen [--isa TARGET] explore N 32fc|64fc RECIPE   census of a scheme, nothing written\n"
-                 "       qvngen-gen [--isa TARGET] explore-real N 32f|64f FORWARD INVERSE HARTLEY\n");
+                 "       qvngen-gen [--isa TARGET] explore-real N 32f|64f FORWARD INVERSE HARTLEY\n"
+                 "       qvngen-gen fold-check [FIRST LAST]\n");
     return 2;
 }
 
@@ -60,6 +61,16 @@ int main(int argc, char** argv) {
             const std::string prec = argv[3];
             std::printf("%s", argc == 5 ? gen::ExploreComplexDft(n, prec == "32fc", argv[4], isa).c_str()
                                         : gen::ExploreReal(n, prec == "32f", argv[4], argv[5], argv[6], isa).c_str());
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
+            return 1;
+        }
+        return 0;
+    }
+    if (argc >= 2 && std::string(argv[1]) == "fold-check" && (argc == 2 || argc == 4)) {
+        try {
+            if (argc == 2) std::printf("%s", gen::kFoldLossesHeader);
+            std::printf("%s", gen::FoldCheck(argc == 4 ? std::atoi(argv[2]) : 2, argc == 4 ? std::atoi(argv[3]) : 64).c_str());
         } catch (const std::exception& e) {
             std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
             return 1;

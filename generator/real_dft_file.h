@@ -20,4 +20,21 @@ GeneratedFile HartleyFile(int n, bool single, Isa isa);
 std::string ExploreReal(int n, bool single, const std::string& forward, const std::string& inverse,
                         const std::string& hartley, Isa isa = Isa::kX86_64);
 
+// The single-precision kernels of lengths first..last whose folded DAG
+// (RealDag::FoldDoubledSums) shrinks the baseline body but makes the
+// x86-64-v3 and x86-64-v4 bodies together weigh kWiderFoldLoss times as
+// much or more, as rows of real_fold_losses.inc. Slow:
+// it builds every such kernel's wider bodies from both DAGs.
+std::string FoldCheck(int first, int last);
+// The comment that heads the rows in real_fold_losses.inc.
+inline constexpr const char* kFoldLossesHeader =
+    "// Rows of kWiderBodiesLoseFold (real_dft_file.cpp), written by\n"
+    "// `qvngen-gen fold-check`: the single-precision kernels whose wider bodies\n"
+    "// together weigh kWiderFoldLoss times as much or more with the doubled-sum\n"
+    "// fold; the comments give the weighed cycles of the x86-64-v3 and\n"
+    "// x86-64-v4 bodies, plain -> folded.\n";
+// Rows of real_fold_losses.inc whose kernel the fold no longer shrinks
+// (empty while the list is current in that respect).
+std::string StaleFoldLosses();
+
 }  // namespace gen
