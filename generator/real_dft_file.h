@@ -23,8 +23,8 @@ std::string ExploreReal(int n, bool single, const std::string& forward, const st
 // The single-precision kernels of lengths first..last whose folded DAG
 // (RealDag::FoldDoubledSums) shrinks the baseline body but makes the
 // x86-64-v3 and x86-64-v4 bodies together weigh kWiderFoldLoss times as
-// much or more, as rows of real_fold_losses.inc. Slow:
-// it builds every such kernel's wider bodies from both DAGs.
+// much or more, as rows of real_fold_losses.inc. Slow: it builds every
+// such kernel's wider bodies from both DAGs.
 std::string FoldCheck(int first, int last);
 // The comment that heads the rows in real_fold_losses.inc.
 inline constexpr const char* kFoldLossesHeader =
