@@ -70,7 +70,8 @@ int main(int argc, char** argv) {
     if (argc >= 2 && std::string(argv[1]) == "fold-check" && (argc == 2 || argc == 4)) {
         try {
             if (argc == 2) std::printf("%s", gen::kFoldLossesHeader);
-            std::printf("%s", gen::FoldCheck(argc == 4 ? std::atoi(argv[2]) : 2, argc == 4 ? std::atoi(argv[3]) : 64).c_str());
+            const int first = argc == 4 ? std::atoi(argv[2]) : 2, last = argc == 4 ? std::atoi(argv[3]) : 64;
+            std::printf("%s", gen::FoldCheck(first, last).c_str());
         } catch (const std::exception& e) {
             std::fprintf(stderr, "qvngen-gen: %s\n", e.what());
             return 1;

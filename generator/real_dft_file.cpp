@@ -448,17 +448,16 @@ GeneratedFile HartleyFile(int n, bool single, Isa isa) {
 
 std::string ExploreReal(int n, bool single, const std::string& forward, const std::string& inverse,
                         const std::string& hartley, Isa isa) {
-    auto error = [single](RealFamily family, const Recipe& recipe) {
+    // One line per kernel: census and estimated rms error of the scheme.
+    auto line = [&](RealFamily family, const char* name, const std::string& scheme) {
+        const Recipe recipe = ParseFor(n, scheme);
         const SchemeError e = EstimateRealError(family, recipe);
-        char text[64];
-        std::snprintf(text, sizeof text, "; rms error %.3g", single ? e.single : e.dbl);
-        return std::string(text);
+        char error[64];
+        std::snprintf(error, sizeof error, "; rms error %.3g\n", single ? e.single : e.dbl);
+        return std::string(name) + " " + scheme + ": " + RealKernel(family, n, single, recipe, isa).Summary() + error;
     };
-    const Recipe f = ParseFor(n, forward), i = ParseFor(n, inverse), h = ParseFor(n, hartley);
-    return "forward " + forward + ": " + RealKernel(RealFamily::kForward, n, single, f, isa).Summary() + error(RealFamily::kForward, f) +
-           "\ninverse " + inverse + ": " + RealKernel(RealFamily::kInverse, n, single, i, isa).Summary() + error(RealFamily::kInverse, i) +
-           "\nhartley " + hartley + ": " + RealKernel(RealFamily::kHartley, n, single, h, isa).Summary() + error(RealFamily::kHartley, h) +
-           "\n";
+    return line(RealFamily::kForward, "forward", forward) + line(RealFamily::kInverse, "inverse", inverse) +
+           line(RealFamily::kHartley, "hartley", hartley);
 }
 
 std::string FoldCheck(int first, int last) {
