@@ -41,15 +41,17 @@ namespace {
 int EstimatedCycles(const Census& c) { return std::max(c.adds + c.muls, 2 * c.shuffles); }
 
 // Builds the DAG of each direction of the transform, forward first, and
-// hands `visit` the emitters' input for it.
+// hands `visit` the emitters' input for it: with the rotated products fused
+// (Dag::FuseRotations), as the kernels are written, unless `fused` is false.
 template <class Visit>
-void ForEachDirection(int n, const Recipe& recipe, Isa isa, Visit visit) {
+void ForEachDirection(int n, const Recipe& recipe, Isa isa, Visit visit, bool fused = true) {
     for (int dir = 0; dir < 2; ++dir) {
         const bool forward = dir == 0;
         Dag dag;
         Signal x(n);
         for (int i = 0; i < n; ++i) x[i] = dag.Load(i);
         Signal y = Transform(dag, recipe, x, forward ? -1 : +1);
+        if (fused) dag.FuseRotations(y);
         visit(forward,
               KernelInput{dag, y, n, forward ? "kForwardConstants" : "kInverseConstants", BodyRegisters(isa)});
     }
@@ -78,6 +80,10 @@ enum class SingleBody { kSsePair, kQuad, kTwinHalves };
 // in the AVX2 build it made 26 of the 126 single-precision kernels 5-30%
 // faster and 5 slower by 6-13% (forward and inverse 13 and 22, forward 17),
 // a geometric mean of 0.962.
+//
+// These margins were measured on bodies without fused rotations, and the
+// choice is still made on those: judged on the fused bodies, N = 7 (both
+// wider builds) and 47 (x86-64-v3) changed body and ran 12-19% slower.
 SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape& quad, Isa isa) {
     const Recipe recipe = ParseRecipe(recipe_text);
     int cost[3] = {0, 0, 0}, total[3] = {0, 0, 0};
@@ -94,7 +100,7 @@ SingleBody CheapestSingle(int n, const std::string& recipe_text, const QuadShape
         } catch (const std::runtime_error&) {
             twin_ok = false;
         }
-    });
+    }, /*fused=*/false);
     if (cost[1] < cost[0]) return SingleBody::kQuad;
     const bool twin = twin_ok && 30 * cost[2] < 29 * cost[0];
     const int other = twin ? 2 : 0;

@@ -15,7 +15,7 @@
 
 namespace gen {
 
-enum class OpClass { kAddSub, kMulReal, kMulCplx, kMulI, kLoad };
+enum class OpClass { kAddSub, kMulReal, kMulCplx, kMulI, kMulImag, kLoad };
 
 inline OpClass ClassOf(Op op) {
     switch (op) {
@@ -24,6 +24,7 @@ inline OpClass ClassOf(Op op) {
         case Op::kMulReal: return OpClass::kMulReal;
         case Op::kMulCplx: return OpClass::kMulCplx;
         case Op::kMulI: return OpClass::kMulI;
+        case Op::kMulImag: return OpClass::kMulImag;
         case Op::kLoad: return OpClass::kLoad;
         default: throw std::runtime_error("real-kernel operation in a complex kernel");
     }

@@ -115,6 +115,40 @@ Value Dag::Mul(Value x, Cx w) {
     return {Intern(n), false};
 }
 
+void Dag::FuseRotations(const std::vector<Value>& outputs) {
+    std::vector<int> uses(nodes_.size(), 0);
+    const std::vector<int> live = LiveNodes(*this, outputs);
+    for (int id : live) {
+        if (nodes_[id].a >= 0) ++uses[nodes_[id].a];
+        if (nodes_[id].b >= 0) ++uses[nodes_[id].b];
+    }
+    for (const Value& v : outputs)
+        if (!v.IsZero()) ++uses[v.node];
+    for (int id : live) {
+        Node& n = nodes_[id];
+        if (n.a < 0 || uses[n.a] != 1) continue;
+        const Node& inner = nodes_[n.a];
+        Real d = 0;
+        if (n.op == Op::kMulI && inner.op == Op::kMulReal) d = inner.c;  // i * (c x)
+        if (n.op == Op::kMulReal && inner.op == Op::kMulI) d = n.c;      // c * (i x)
+        if (d == 0) continue;
+        Node fused{Op::kMulImag};
+        fused.a = inner.a;
+        fused.d = d;
+        uses[n.a] = 0;
+        n = fused;
+    }
+    // Twins whose nodes no longer agree (one fused, the other not) part.
+    std::vector<Twins> kept;
+    for (const Twins& t : twins_) {
+        bool same = true;
+        for (int k = 0; k < t.count && same; ++k) same = nodes_[t.first_begin + k].op == nodes_[t.second_begin + k].op;
+        if (same) kept.push_back(t);
+    }
+    twins_ = std::move(kept);
+    index_.clear();
+}
+
 void Dag::MarkSiblings(const std::vector<std::pair<int, int>>& ranges, int depth) {
     siblings_.push_back(Siblings{depth, ranges});
     for (size_t i = 0; i + 1 < ranges.size(); i += 2) {

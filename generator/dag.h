@@ -26,6 +26,8 @@ enum class Op : std::uint8_t {
     kMulReal,  // a * c, c > 0 real
     kMulCplx,  // a * (c + i*d), c > 0, d != 0
     kMulI,     // a * i
+    // a * i*d, d > 0: the product and the rotation in one (FuseRotations).
+    kMulImag,
     // Only in the real-input transforms, which lower them to real parts
     // (real_dag.h); the complex emitters refuse them.
     kConj,      // conj(a)
@@ -63,6 +65,15 @@ public:
     // As Mul, but a constant with unequal nonzero parts is applied as
     // c(a + b) - (c + d)b and c(a + b) + (d - c)a: three products, not four.
     Value MulThree(Value x, Cx w);
+
+    // Turns every product by a real constant that is rotated by i, or the
+    // rotation that is then multiplied, into one kMulImag node where the
+    // inner node has no other use: x * (-d, d) on the swapped parts is one
+    // multiply where the rotation's sign flip would be an instruction (and a
+    // cycle of latency) of its own. The bits are the same: (-d)b = -(db).
+    // Only the complex emitters take kMulImag; after this the DAG is
+    // final (its nodes change in place, so nothing may be interned).
+    void FuseRotations(const std::vector<Value>& outputs);
 
     const Node& at(int id) const { return nodes_[id]; }
     int size() const { return static_cast<int>(nodes_.size()); }

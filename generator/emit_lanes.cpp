@@ -112,6 +112,13 @@ void LaneEmitter::Compute(const Signal& outputs) {
                 out.im = a.re;
                 break;
             }
+            case Op::kMulImag: {  // (x + iy) * id = -dy + idx
+                const Cplx& a = values_.at(n.a);
+                out.re = Product(a.im, n.d, id);
+                out.re.negated = !out.re.negated;
+                out.im = Product(a.re, n.d, id);
+                break;
+            }
             case Op::kConj:
             case Op::kRealPart:
             case Op::kImagPart:

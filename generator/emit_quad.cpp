@@ -923,6 +923,14 @@ private:
                        {vx}, u);
                 return;
             }
+            case OpClass::kMulImag: {  // i*d * (a + ib) = (b, a) * (-d, d)
+                int vx = Gather(ops.a);
+                ++c.muls;
+                ++c.shuffles;
+                NewVec(Program::Kind::kCompute,
+                       shape_.Call("mul", shape_.SwapParts(Name(vx)), Constants(u, true)), {vx}, u);
+                return;
+            }
             case OpClass::kMulI: {  // i * (a + ib) = -b + ia
                 int vx = Gather(ops.a);
                 c.shuffles += 2;

@@ -69,6 +69,10 @@ KernelText EmitScalar(const KernelInput& in, bool products_in_double) {
                 re = "-" + t(n.a, 'i');
                 im = t(n.a, 'r');
                 break;
+            case Op::kMulImag:
+                re = product(t(n.a, 'i'), -n.d);  // the sign on the constant: the same bits
+                im = product(t(n.a, 'r'), n.d);
+                break;
             case Op::kConj:
             case Op::kRealPart:
             case Op::kImagPart:

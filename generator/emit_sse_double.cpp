@@ -37,6 +37,11 @@ KernelText EmitSseDouble(const KernelInput& in) {
                 expr = "_mm_xor_pd(" + swapped(n.a) + ", neg_re)";
                 c.shuffles += 2;
                 break;
+            case Op::kMulImag:  // i*d*(a + ib) = (b, a)*(-d, d)
+                expr = "_mm_mul_pd(" + swapped(n.a) + ", " + consts.Ref({-n.d, n.d}) + ")";
+                ++c.muls;
+                ++c.shuffles;
+                break;
             case Op::kConj:
             case Op::kRealPart:
             case Op::kImagPart:

@@ -471,6 +471,9 @@ private:
                 EmitTimesI(vx, lo, hi);
                 return;
             }
+            case OpClass::kMulImag:
+                EmitRotatedProduct(Gather(nl.a, nh.a), nl.d, nh.d, lo, hi);
+                return;
             case OpClass::kLoad: break;
         }
         throw std::runtime_error("cannot pair loads");
@@ -504,6 +507,7 @@ private:
                 EmitComplexProduct(GatherHalf(n.a, half), {n.c, n.c, n.c, n.c}, {-n.d, n.d, -n.d, n.d}, lo, hi);
                 return;
             case OpClass::kMulI: EmitTimesI(GatherHalf(n.a, half), lo, hi); return;
+            case OpClass::kMulImag: EmitRotatedProduct(GatherHalf(n.a, half), n.d, n.d, lo, hi); return;
             case OpClass::kLoad: break;
         }
         throw std::runtime_error("unexpected load");
@@ -530,6 +534,23 @@ private:
                shape_.Call("add", shape_.Call("mul", x, consts_.Ref(re)),
                            shape_.Call("mul", shape_.SwapParts(x), consts_.Ref(im))),
                {vx}, lo, hi);
+    }
+
+    // i*d * (a + ib) = (b, a) * (-d, d) per half: the sign rides on the constant.
+    void EmitRotatedProduct(int vx, Real d_lo, Real d_hi, int lo, int hi) {
+        Census& c = prog_.census;
+        ++c.muls;
+        ++c.shuffles;
+        const std::string swapped = shape_.SwapParts(Name(vx));
+        std::string expr;
+        if (!double_products_) {
+            expr = shape_.Call("mul", swapped, consts_.Ref({-d_lo, d_lo, -d_hi, d_hi}));
+        } else {
+            c.shuffles += 2;  // the two conversions
+            expr = "_mm256_cvtpd_ps(_mm256_mul_pd(_mm256_cvtps_pd(" + swapped + "), " +
+                   double_consts_.Ref({-d_lo, d_lo, -d_hi, d_hi}) + "))";
+        }
+        NewVec(Program::Kind::kCompute, expr, {vx}, lo, hi);
     }
 
     // i * (a + ib) = -b + ia: swap the parts, negate the new real parts.

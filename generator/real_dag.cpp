@@ -120,6 +120,11 @@ std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real
                 out = {RealDag::Neg(a.im), a.re};
                 break;
             }
+            case Op::kMulImag: {  // (a + ib) id = -db + ida
+                const RealPair& a = parts.at(n.a);
+                out = {RealDag::Neg(real.Mul(a.im, n.d)), real.Mul(a.re, n.d)};
+                break;
+            }
             case Op::kMulCplx: {  // (a + ib)(c + id) = (ca - db) + i(da + cb)
                 const RealPair& a = parts.at(n.a);
                 if (n.c == std::fabs(n.d)) {
