@@ -27,10 +27,15 @@
 // operand: the same bits, without the two conversions.
 //
 // Signs. A sum and a difference share a vector by flipping the sign of the
-// subtrahend's lane (a - b is a + (-b) in IEEE arithmetic). An output stored
+// subtrahend's lane (a - b is a + (-b) in IEEE arithmetic). Where the
+// subtrahend is a product that nothing else reads, and shares its vector
+// with the other lane's operand, the product takes the negated constant
+// instead ((-c)v is -(cv), and a conversion keeps the sign), and the
+// flip, one instruction and a cycle on the chain, is gone. An output stored
 // as 0 - s*v is formed as (-s)*v + 0, and a plain s*v that shares its vector
 // gets + (-0): both identities hold for every value, zeros included.
 #include <algorithm>
+#include <array>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -76,7 +81,11 @@ public:
         for (int id : reachable_)
             if (IsLoad(id)) loads.insert(id);
         auto operands = [&](int node) { return std::vector<int>{dag_.at(node).a, dag_.at(node).b}; };
-        for (const auto& [lo, hi] : OrderUnits(units_, loads, operands)) {
+        // The order may part a pair whose operands wait on each other; the
+        // signs are planned on the pairs that remain.
+        const std::vector<std::pair<int, int>> order = OrderUnits(units_, loads, operands);
+        PlanSignedProducts(order);
+        for (const auto& [lo, hi] : order) {
             if (hi >= 0) {
                 EmitPair(lo, hi);
             } else {
@@ -129,6 +138,42 @@ private:
                 if (hi >= 0) float_products_.insert(hi);
             }
     }
+    // Mixed sum/difference pairs whose subtrahend lane can come negated from
+    // its product pair (see Signs above): the operands each such pair takes,
+    // and the lanes of each product pair that take the negated constant.
+    void PlanSignedProducts(const std::vector<std::pair<int, int>>& units) {
+        std::map<int, int> uses;
+        for (int id : reachable_) {
+            const RealNode& n = dag_.at(id);
+            if (n.a >= 0) ++uses[n.a];
+            if (n.b >= 0) ++uses[n.b];
+        }
+        for (const RealStore& s : in_.stores) ++uses[s.value.node];
+        std::set<std::pair<int, int>> product_pairs;
+        for (auto [lo, hi] : units)
+            if (hi >= 0 && IsProduct(lo) && IsProduct(hi)) product_pairs.insert({lo, hi});
+        for (auto [lo, hi] : units) {
+            if (hi < 0) continue;
+            const RealNode& nl = dag_.at(lo);
+            const RealNode& nh = dag_.at(hi);
+            const bool sums = (nl.op == RealOp::kAdd || nl.op == RealOp::kSub) &&
+                              (nh.op == RealOp::kAdd || nh.op == RealOp::kSub);
+            if (!sums || nl.op == nh.op) continue;
+            const bool sub_lo = nl.op == RealOp::kSub;
+            const RealNode& diff = sub_lo ? nl : nh;  // the lane that subtracts
+            const RealNode& sum = sub_lo ? nh : nl;
+            if (uses[diff.b] != 1) continue;
+            for (int k = 0; k < 2; ++k) {
+                const int addend = k == 0 ? sum.b : sum.a, other = k == 0 ? sum.a : sum.b;
+                const std::pair<int, int> product = sub_lo ? std::make_pair(diff.b, addend) : std::make_pair(addend, diff.b);
+                if (!product_pairs.count(product) || negated_lanes_.count(product)) continue;
+                negated_lanes_[product] = {sub_lo, !sub_lo};
+                signed_sums_[{lo, hi}] = {sub_lo ? diff.a : other, sub_lo ? other : diff.a, product.first, product.second};
+                break;
+            }
+        }
+    }
+
     // Double precision has a single form; single precision sums in float.
     Form SumForm() const { return Single() ? kNarrow : kWide; }
     std::string Name(int vec) const { return "v" + std::to_string(vec); }
@@ -459,11 +504,28 @@ private:
             const Form f = NaturalForm(lo);
             int vx = Gather(nl.a, nh.a, f);
             ++census_.muls;
-            NewVec(f, Product(vx, f, nl.c, nh.c), {vx}, lo, hi, Program::Kind::kCompute, Position(lo, hi),
-                   ProductDesc(f, nl.c, nh.c));
+            Real c_lo = nl.c, c_hi = nh.c;
+            auto negated = negated_lanes_.find({lo, hi});
+            if (negated != negated_lanes_.end()) {
+                if (negated->second.first) c_lo = -c_lo;
+                if (negated->second.second) c_hi = -c_hi;
+            }
+            NewVec(f, Product(vx, f, c_lo, c_hi), {vx}, lo, hi, Program::Kind::kCompute, Position(lo, hi),
+                   ProductDesc(f, c_lo, c_hi));
             return;
         }
         const Form f = SumForm();
+        auto signed_sum = signed_sums_.find({lo, hi});
+        if (signed_sum != signed_sums_.end()) {  // the subtrahend's product came negated
+            const auto [a_lo, a_hi, b_lo, b_hi] = signed_sum->second;
+            int va = Gather(a_lo, a_hi, f), vb = Gather(b_lo, b_hi, f);
+            ++census_.adds;
+            Desc desc;
+            desc.op = RealVecOp::kAdd;
+            NewVec(f, std::string("_mm_add") + (f == kWide ? "_pd(" : "_ps(") + Name(va) + ", " + Name(vb) + ")",
+                   {va, vb}, lo, hi, Program::Kind::kCompute, Position(lo, hi), desc);
+            return;
+        }
         OperandArrangement a = BestAddSub(lo, hi, [&](int p, int q) { return PairCost(p, q, f); });
         int va = Gather(a.a_lo, a.a_hi, f), vb = Gather(a.b_lo, a.b_hi, f);
         const std::string sfx = f == kWide ? "_pd(" : "_ps(";
@@ -621,6 +683,8 @@ private:
     std::vector<int> reachable_;
     std::set<int> exact_products_;  // products that may be float products
     std::set<int> float_products_;  // those that are
+    std::map<std::pair<int, int>, std::pair<bool, bool>> negated_lanes_;  // product pair -> lanes negated
+    std::map<std::pair<int, int>, std::array<int, 4>> signed_sums_;     // sum pair -> a lo, a hi, b lo, b hi
     std::vector<Vec> vecs_;
     std::vector<int> load_instrs_;
     std::vector<std::pair<int, int>> units_;                          // planned (lo, hi); hi -1 alone
