@@ -138,6 +138,7 @@ private:
                 if (hi >= 0) float_products_.insert(hi);
             }
     }
+
     // Mixed sum/difference pairs whose subtrahend lane can come negated from
     // its product pair (see Signs above): the operands each such pair takes,
     // and the lanes of each product pair that take the negated constant.
@@ -165,10 +166,12 @@ private:
             if (uses[diff.b] != 1) continue;
             for (int k = 0; k < 2; ++k) {
                 const int addend = k == 0 ? sum.b : sum.a, other = k == 0 ? sum.a : sum.b;
-                const std::pair<int, int> product = sub_lo ? std::make_pair(diff.b, addend) : std::make_pair(addend, diff.b);
+                const std::pair<int, int> product =
+                    sub_lo ? std::make_pair(diff.b, addend) : std::make_pair(addend, diff.b);
                 if (!product_pairs.count(product) || negated_lanes_.count(product)) continue;
                 negated_lanes_[product] = {sub_lo, !sub_lo};
-                signed_sums_[{lo, hi}] = {sub_lo ? diff.a : other, sub_lo ? other : diff.a, product.first, product.second};
+                signed_sums_[{lo, hi}] = {sub_lo ? diff.a : other, sub_lo ? other : diff.a, product.first,
+                                          product.second};
                 break;
             }
         }
