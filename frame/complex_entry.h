@@ -31,7 +31,7 @@ using ComplexBody = void (*)(const Real*, Real*, Real);
 
 // Wide-vector kernels pass their page-safe body as UnalignedBody and the
 // PageCheck that chooses it (frame/entry.h).
-template <Direction D, class R, const ScaleSet<R>& S, bool TwoBodies, ComplexBody<R> AlignedBody,
+template <Direction D, class R, const ScaleSet<R>& S, UnscaledCopy U, bool TwoBodies, ComplexBody<R> AlignedBody,
           ComplexBody<R> UnalignedBody, PageCheck Page = PageCheck{}>
 struct ComplexKernel {
     using Elem = typename ComplexOf<R>::type;
@@ -46,7 +46,12 @@ struct ComplexKernel {
         if (src == nullptr || dst == nullptr) return kStatusNullPointer;
         R scale;
         if (!SelectScale<D>(flag, S, &scale)) return kStatusBadFlag;
-        body(reinterpret_cast<const R*>(src), reinterpret_cast<R*>(dst), scale);
+        const R* x = reinterpret_cast<const R*>(src);
+        R* y = reinterpret_cast<R*>(dst);
+        if (body == AlignedBody && scale == R(1))
+            UnscaledBody<U, R, AlignedBody>::Run(x, y);  // the first body without its final multiplies
+        else
+            body(x, y, scale);
         return kStatusOk;
     }
 };

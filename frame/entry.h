@@ -25,6 +25,16 @@
 
 #include "qvngen.h"
 
+// Marks a body that GCC schedules before register allocation, weighing
+// register pressure (-fschedule-insns -fsched-pressure), for the bodies whose
+// values outnumber the registers: the generator asks for it where that
+// measured faster. Other compilers compile the body as it stands.
+#if defined(__GNUC__) && !defined(__clang__)
+#define QVN_PRESSURE_SCHEDULED __attribute__((optimize("schedule-insns", "sched-pressure")))
+#else
+#define QVN_PRESSURE_SCHEDULED
+#endif
+
 namespace qvn {
 
 // bytes: size of the array each body reads or writes (0: no page check).
@@ -36,6 +46,41 @@ struct PageCheck {
 };
 
 constexpr std::uintptr_t kPageBytes = 4096;
+
+// Calls that do not scale (kScaleNone, and the other direction's 1/N flag)
+// run a copy of the body with its scale fixed at 1. x * 1 is x for every
+// value but a signalling NaN, which the multiply would quiet, and every
+// output of a transform is a sum or difference, never a signalling NaN; so
+// GCC, which does not honour signalling NaNs unless asked, drops the final
+// multiplies: the same bits, a multiply fewer per output vector and a
+// shorter chain to the stores (a tenth of the time of the 7-point complex
+// kernel). Where the copy lives:
+//   kInline: in the entry, for small bodies, where a call would cost more
+//            than the multiplies saved;
+//   kSeparate: in a function of its own, for large bodies, which GCC
+//            allocates worse as two copies in one function (up to 6% slower
+//            at 64f real N >= 27);
+//   kSeparatePressureScheduled: the same for a QVN_PRESSURE_SCHEDULED body,
+//            which GCC inlines only into a function compiled alike (else the
+//            copy would be one more call, 2-16% slower).
+enum class UnscaledCopy { kInline, kSeparate, kSeparatePressureScheduled };
+
+template <UnscaledCopy U, class R, void (*Body)(const R*, R*, R)>
+struct UnscaledBody {
+    [[gnu::flatten]] static void Inline(const R* x, R* y) { Body(x, y, R(1)); }
+    [[gnu::flatten, gnu::noinline]] static void Separate(const R* x, R* y) { Body(x, y, R(1)); }
+    [[gnu::flatten, gnu::noinline]] static QVN_PRESSURE_SCHEDULED void SeparatePressureScheduled(const R* x, R* y) {
+        Body(x, y, R(1));
+    }
+    static void Run(const R* x, R* y) {
+        if constexpr (U == UnscaledCopy::kInline)
+            Inline(x, y);
+        else if constexpr (U == UnscaledCopy::kSeparate)
+            Separate(x, y);
+        else
+            SeparatePressureScheduled(x, y);
+    }
+};
 
 template <PageCheck C>
 inline bool CrossesPageUnaligned(std::uintptr_t p) {

@@ -14,23 +14,13 @@
 #include "frame/scale.h"
 #include "qvngen.h"
 
-// Marks a body that GCC schedules before register allocation, weighing
-// register pressure (-fschedule-insns -fsched-pressure), for the bodies whose
-// values outnumber the registers: the generator asks for it where that
-// measured faster. Other compilers compile the body as it stands.
-#if defined(__GNUC__) && !defined(__clang__)
-#define QVN_PRESSURE_SCHEDULED __attribute__((optimize("schedule-insns", "sched-pressure")))
-#else
-#define QVN_PRESSURE_SCHEDULED
-#endif
-
 namespace qvn {
 
 // Body signature: (input elements, output elements, scale).
 template <class Real>
 using RealBody = void (*)(const Real*, Real*, Real);
 
-template <Direction D, class R, const ScaleSet<R>& S, RealBody<R> Body>
+template <Direction D, class R, const ScaleSet<R>& S, UnscaledCopy U, RealBody<R> Body>
 struct RealKernel {
     using Real = R;
     static constexpr bool kTwoBodies = false;
@@ -41,7 +31,10 @@ struct RealKernel {
         if (src == nullptr || dst == nullptr) return kStatusNullPointer;
         R scale;
         if (!SelectScale<D>(flag, S, &scale)) return kStatusBadFlag;
-        body(src, dst, scale);
+        if (scale == R(1))
+            UnscaledBody<U, R, Body>::Run(src, dst);  // the body without its final multiplies
+        else
+            body(src, dst, scale);
         return kStatusOk;
     }
 };

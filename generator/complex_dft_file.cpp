@@ -28,6 +28,11 @@ std::string ScaleSetText(int n, ElemType type) {
            HexLiteral(inv_sqrt, type) + " /* " + DecimalText(inv_sqrt, type) + " */}";
 }
 
+std::string UnscaledCopyText(int n, bool pressure_scheduled) {
+    if (pressure_scheduled) return "qvn::UnscaledCopy::kSeparatePressureScheduled";
+    return n <= 16 ? "qvn::UnscaledCopy::kInline" : "qvn::UnscaledCopy::kSeparate";
+}
+
 namespace {
 
 // Baseline (SSE2) kernels: scalar single precision up to N = 5, then two
@@ -200,7 +205,8 @@ GeneratedFile BuildFile(int n, bool single, const std::string& recipe_text, Isa 
                                        ? fn + "<qvn::Unaligned256>, " + fn + "<qvn::Unaligned256>"
                                        : fn + "<qvn::Unaligned256>, " + fn + "<qvn::PageSafe256>, " + page_check;
         kernels += "using " + alias + " = qvn::ComplexKernel<qvn::Direction::k" + (forward ? "Forward" : "Inverse") +
-                   ", " + real + ", kScales, " + (two_bodies ? "true" : "false") + ", " + bodies + ">;\n\n";
+                   ", " + real + ", kScales, " + UnscaledCopyText(n) + ", " + (two_bodies ? "true" : "false") + ", " +
+                   bodies + ">;\n\n";
         entries += "QVN_DEFINE_COMPLEX_ENTRY(" + export_name + ", " + alias + ")\n";
     });
 

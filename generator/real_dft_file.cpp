@@ -420,9 +420,9 @@ GeneratedFile RealDftFile(int n, bool single, Isa isa) {
                 Function("The " + len + " samples whose half spectrum x holds in layout L.", true, "Inverse", single,
                          inv.text.body) +
                 "template <qvn::Layout L>\nusing ForwardEntry = qvn::RealKernel<qvn::Direction::kForward, " + t +
-                ", kScales, Forward<L>>;\n"
+                ", kScales, " + UnscaledCopyText(n, PressureScheduled(fwd.text, single, isa)) + ", Forward<L>>;\n"
                 "template <qvn::Layout L>\nusing InverseEntry = qvn::RealKernel<qvn::Direction::kInverse, " + t +
-                ", kScales, Inverse<L>>;\n\n"
+                ", kScales, " + UnscaledCopyText(n) + ", Inverse<L>>;\n\n"
                 "}  // namespace\n\n" + entries;
     return file;
 }
@@ -444,7 +444,8 @@ GeneratedFile HartleyFile(int n, bool single, Isa isa) {
                 "constexpr qvn::ScaleSet<" + t + "> kScales = " + ScaleSetText(n, single ? ElemType::kFloat : ElemType::kDouble) +
                 ";\n\n" + Function("H[k] = sum x[n] cas(2 pi k n / " + len + "), k = 0.." + std::to_string(n - 1) + ".", false,
                                    "Hartley", single, k.text.body) +
-                "using HartleyEntry = qvn::RealKernel<qvn::Direction::kSelfInverse, " + t + ", kScales, Hartley>;\n\n"
+                "using HartleyEntry = qvn::RealKernel<qvn::Direction::kSelfInverse, " + t + ", kScales, " +
+                UnscaledCopyText(n) + ", Hartley>;\n\n"
                 "}  // namespace\n\n"
                 "QVN_DEFINE_REAL_ENTRY(qvngHartley_" + len + "_" + prec + ", HartleyEntry)\n";
     return file;
