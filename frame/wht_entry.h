@@ -30,6 +30,23 @@ struct WhtKernel {
     static constexpr WhtBody<R> kAligned = AlignedBody;
     static constexpr WhtBody<R> kUnaligned = UnalignedBody;
 
+    // The first body with its scale fixed at 1, for unscaled calls: GCC
+    // drops the multiplies of the last pass (see UnscaledCopy, frame/entry.h).
+    // The orders that stay in registers keep it in the entry; from order 8,
+    // where the body is passes of loops, it is a function of its own.
+    [[gnu::flatten]] static void UnscaledInline(const R* x, R* y, R* work) { AlignedBody(x, y, R(1), work); }
+    [[gnu::flatten, gnu::noinline]] static void UnscaledSeparate(const R* x, R* y, R* work) {
+        AlignedBody(x, y, R(1), work);
+    }
+    static void Run(WhtBody<R> body, const R* x, R* y, R scale, R* work) {
+        if (body != AlignedBody || scale != R(1))
+            body(x, y, scale, work);
+        else if constexpr (Order < 8)
+            UnscaledInline(x, y, work);
+        else
+            UnscaledSeparate(x, y, work);
+    }
+
     // Null pointers, then the flag, then the work area of the large orders.
     static Status Checked(WhtBody<R> body, const R* src, R* dst, int32_t flag, std::uint8_t* buffer) {
         if (src == nullptr || dst == nullptr) return kStatusNullPointer;
@@ -37,12 +54,12 @@ struct WhtKernel {
         if (!SelectScale<Direction::kSelfInverse>(flag, S, &scale)) return kStatusBadFlag;
         if constexpr (Order < 8) {
             (void)buffer;  // never touched
-            body(src, dst, scale, nullptr);
+            Run(body, src, dst, scale, nullptr);
         } else {
             std::uint8_t* owned = nullptr;
             if (buffer == nullptr) buffer = owned = static_cast<std::uint8_t*>(qvnMalloc(WhtBufferBytes<R>(Order)));
             R* work = buffer != nullptr ? reinterpret_cast<R*>(buffer) : dst;
-            body(src, dst, scale, work);
+            Run(body, src, dst, scale, work);
             if (owned != nullptr) qvnFree(owned);  // no call into the core library when the caller gave a buffer
         }
         return kStatusOk;
