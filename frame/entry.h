@@ -65,20 +65,31 @@ constexpr std::uintptr_t kPageBytes = 4096;
 //            copy would be one more call, 2-16% slower).
 enum class UnscaledCopy { kInline, kSeparate, kSeparatePressureScheduled };
 
-template <UnscaledCopy U, class R, void (*Body)(const R*, R*, R)>
+// Body: any body taking (input, output, scale, extra...), the extra
+// arguments passed through (the WHT's work area).
+template <UnscaledCopy U, class R, auto Body>
 struct UnscaledBody {
-    [[gnu::flatten]] static void Inline(const R* x, R* y) { Body(x, y, R(1)); }
-    [[gnu::flatten, gnu::noinline]] static void Separate(const R* x, R* y) { Body(x, y, R(1)); }
-    [[gnu::flatten, gnu::noinline]] static QVN_PRESSURE_SCHEDULED void SeparatePressureScheduled(const R* x, R* y) {
-        Body(x, y, R(1));
+    template <class... Extra>
+    [[gnu::flatten]] static void Inline(const R* x, R* y, Extra... extra) {
+        Body(x, y, R(1), extra...);
     }
-    static void Run(const R* x, R* y) {
+    template <class... Extra>
+    [[gnu::flatten, gnu::noinline]] static void Separate(const R* x, R* y, Extra... extra) {
+        Body(x, y, R(1), extra...);
+    }
+    template <class... Extra>
+    [[gnu::flatten, gnu::noinline]] static QVN_PRESSURE_SCHEDULED void SeparatePressureScheduled(const R* x, R* y,
+                                                                                                  Extra... extra) {
+        Body(x, y, R(1), extra...);
+    }
+    template <class... Extra>
+    static void Run(const R* x, R* y, Extra... extra) {
         if constexpr (U == UnscaledCopy::kInline)
-            Inline(x, y);
+            Inline(x, y, extra...);
         else if constexpr (U == UnscaledCopy::kSeparate)
-            Separate(x, y);
+            Separate(x, y, extra...);
         else
-            SeparatePressureScheduled(x, y);
+            SeparatePressureScheduled(x, y, extra...);
     }
 };
 

@@ -30,21 +30,16 @@ struct WhtKernel {
     static constexpr WhtBody<R> kAligned = AlignedBody;
     static constexpr WhtBody<R> kUnaligned = UnalignedBody;
 
-    // The first body with its scale fixed at 1, for unscaled calls: GCC
-    // drops the multiplies of the last pass (see UnscaledCopy, frame/entry.h).
-    // The orders that stay in registers keep it in the entry; from order 8,
-    // where the body is passes of loops, it is a function of its own.
-    [[gnu::flatten]] static void UnscaledInline(const R* x, R* y, R* work) { AlignedBody(x, y, R(1), work); }
-    [[gnu::flatten, gnu::noinline]] static void UnscaledSeparate(const R* x, R* y, R* work) {
-        AlignedBody(x, y, R(1), work);
-    }
+    // Unscaled calls run the first body with its scale fixed at 1 (GCC drops
+    // the multiplies of the last pass; see UnscaledCopy, frame/entry.h): in
+    // the entry for the orders that stay in registers, a function of its own
+    // from order 8, where the body is passes of loops.
     static void Run(WhtBody<R> body, const R* x, R* y, R scale, R* work) {
-        if (body != AlignedBody || scale != R(1))
-            body(x, y, scale, work);
-        else if constexpr (Order < 8)
-            UnscaledInline(x, y, work);
+        constexpr UnscaledCopy kCopy = Order < 8 ? UnscaledCopy::kInline : UnscaledCopy::kSeparate;
+        if (body == AlignedBody && scale == R(1))
+            UnscaledBody<kCopy, R, AlignedBody>::Run(x, y, work);
         else
-            UnscaledSeparate(x, y, work);
+            body(x, y, scale, work);
     }
 
     // Null pointers, then the flag, then the work area of the large orders.
