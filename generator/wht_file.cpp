@@ -24,6 +24,7 @@
 // transform keep sixteen vectors busy instead of eight.
 #include "wht_file.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 #include <set>
@@ -372,9 +373,21 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
     census.stores += c.stores * (n / row);
     std::string vs = std::string(p.prefix) + "_set1_" + std::string(p.suffix) + "(scale)";
     body += "    const " + std::string(p.vec) + " s = " + vs + ";\n";
+    // A pass from one array into another walks its `count` iterations,
+    // `step` elements apart, forward or backward, as qvn::PassWalk
+    // (frame/pass_direction.h) says for the two arrays; `offset` names the
+    // element offset of an iteration, `period` is in bytes.
+    const int elem = p.single ? 4 : 8;
+    auto walked_loop = [&](const std::string& offset, const std::string& walk, int count, int step,
+                           const std::string& in, const std::string& out, int period, const std::string& call) {
+        return "    const qvn::PassWalk " + walk + "(" + in + ", " + out + ", " + std::to_string(std::min(period, 4096)) +
+               ", " + std::to_string(count) + ", " + std::to_string(step) + ");\n    for (int i = 0; i < " +
+               std::to_string(count) + "; ++i) {\n        const std::ptrdiff_t " + offset + " = " + walk +
+               ".Offset(i);\n        " + call + "\n    }\n";
+    };
     body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area.\n";
-    body += "    for (int r = 0; r < " + std::to_string(n / row) + "; ++r) Row" + std::to_string(row) +
-            "<Mem>(x + " + std::to_string(row) + " * r, work + " + std::to_string(row) + " * r);\n";
+    body += walked_loop("r", "rows", n / row, row, "x", "work", 4096,
+                        "Row" + std::to_string(row) + "<Mem>(x + r, work + r);");
     // Column kernels, one per distinct length; the census counts every call.
     auto count_calls = [&](const Census& k, int calls, bool scaled, int len) {
         census.adds += k.adds * calls;
@@ -395,8 +408,9 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
         const int rows = shape[0];
         body += "    // Pass 2: the " + std::to_string(rows) + "-point transform down the " + std::to_string(row) +
                 " columns, " + std::to_string(lanes) + " at a time, scaled, into the destination.\n";
-        body += "    for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) + ") Column" +
-                std::to_string(rows) + "<Mem, " + std::to_string(row) + ", true>(work + c, y + c, s);\n";
+        body += walked_loop("c", "columns", row / lanes, lanes, "work", "y", row * elem,
+                            "Column" + std::to_string(rows) + "<Mem, " + std::to_string(row) +
+                                ", true>(work + c, y + c, s);");
     } else {
         const int a = shape[0], b = shape[1];
         body += "    // Pass 2: the " + std::to_string(b) + "-point transform down the columns of each of the " +
@@ -408,9 +422,9 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
                 std::to_string(b * row) + " * blk + c, work + " + std::to_string(b * row) + " * blk + c, s);\n";
         body += "    // Pass 3: the " + std::to_string(a) + "-point transform across the blocks, scaled, into "
                 "the destination.\n";
-        body += "    for (int c = 0; c < " + std::to_string(b * row) + "; c += " + std::to_string(lanes) +
-                ") Column" + std::to_string(a) + "<Mem, " + std::to_string(b * row) +
-                ", true>(work + c, y + c, s);\n";
+        body += walked_loop("c", "columns", b * row / lanes, lanes, "work", "y", b * row * elem,
+                            "Column" + std::to_string(a) + "<Mem, " + std::to_string(b * row) +
+                                ", true>(work + c, y + c, s);");
     }
     return body;
 }
@@ -461,6 +475,7 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
                 " points), " + (single ? "single" : "double") + " precision (" + layout + ").\n"
                 "// " + census.Text() + "\n"
                 + (p.Wide() ? "#include <immintrin.h>\n\n" : "#include <emmintrin.h>\n\n") +
+                (passes ? "#include \"frame/pass_direction.h\"\n" : "") +
                 "#include \"frame/sse_access.h\"\n"
                 "#include \"frame/wht_entry.h\"\n\n"
                 "namespace {\n\n"

@@ -347,6 +347,48 @@ void CheckOwnBuffer(int order) {
     }
 }
 
+// The loop passes of orders 8..13 walk their iterations forward or backward,
+// depending on where, modulo a page, the array a pass writes lies relative to
+// the one it reads (frame/pass_direction.h). Putting the work area just after
+// and just before the source, and the destination just after and just before
+// the work area, makes the first and the last pass walk both ways; neither
+// may change a bit or write outside the three arrays.
+template <class Real>
+void CheckBothWalks(int order) {
+    if (order < 8) return;
+    const int n = 1 << order;
+    const std::size_t page = 4096, bytes = n * sizeof(Real), bufferBytes = BufferBytes<Real>(order);
+    const auto pages = [&](std::size_t b) { return (b + page - 1) / page * page + page; };
+    const std::vector<Real> x = RandomSignal<Real>(order, 7);
+    WorkBuffer<Real> work(order);
+    Array<Real> src(x), want(n);
+    ASSERT_EQ(Run(order, src.data(), want.data(), kScaleBySqrtN, work.get()), kStatusOk);
+    const std::size_t blockBytes = 2 * page + pages(bytes) + pages(bufferBytes) + pages(bytes);
+    for (std::ptrdiff_t workShift : {64, -64}) {
+        for (std::ptrdiff_t dstShift : {32, -32, 40, -24}) {  // the last two reach the unaligned body
+            SCOPED_TRACE(testing::Message() << "work area " << workShift << " B from the source, destination "
+                                            << dstShift << " B from the work area, modulo a page");
+            Array<unsigned char> block(blockBytes);
+            unsigned char* base = block.data();
+            const std::size_t srcAt = page, workAt = srcAt + pages(bytes) + workShift,
+                              dstAt = workAt + pages(bufferBytes) + dstShift;
+            std::memcpy(base + srcAt, x.data(), bytes);
+            ASSERT_EQ(Run(order, reinterpret_cast<Real*>(base + srcAt), reinterpret_cast<Real*>(base + dstAt),
+                          kScaleBySqrtN, base + workAt),
+                      kStatusOk);
+            EXPECT_TRUE(SameBits(reinterpret_cast<Real*>(base + dstAt), want.data(), n));
+            EXPECT_EQ(std::memcmp(base + srcAt, x.data(), bytes), 0) << "source modified";
+            const auto inside = [&](std::size_t i) {
+                return (i >= srcAt && i < srcAt + bytes) || (i >= workAt && i < workAt + bufferBytes) ||
+                       (i >= dstAt && i < dstAt + bytes);
+            };
+            std::size_t stray = 0;
+            for (std::size_t i = 0; i < blockBytes; ++i) stray += !inside(i) && base[i] != 0xA5;
+            EXPECT_EQ(stray, 0u) << "bytes written outside source, work area and destination";
+        }
+    }
+}
+
 class WhtEntry : public testing::TestWithParam<int> {};  // param: 2 * (order - 1) + (double ? 1 : 0)
 
 std::string EntryName(int param) { return "qvngWHT_" + std::to_string(param / 2 + 1) + (param % 2 ? "_64f" : "_32f"); }
@@ -361,6 +403,7 @@ TEST_P(WhtEntry, AccurateAndScaledLast) { QVNT_RUN(CheckRandomInput); }
 TEST_P(WhtEntry, BadArgumentsRejectedWithoutEffect) { QVNT_RUN(CheckBadArguments); }
 TEST_P(WhtEntry, PlacementAndBufferDoNotChangeBits) { QVNT_RUN(CheckPlacement); }
 TEST_P(WhtEntry, StaysInsideGuardPages) { QVNT_RUN(CheckGuardPages); }
+TEST_P(WhtEntry, PassesWalkEitherWayWithSameBits) { QVNT_RUN(CheckBothWalks); }
 TEST_P(WhtEntry, OwnBufferAllocatedAndReturned) { QVNT_RUN(CheckOwnBuffer); }
 
 INSTANTIATE_TEST_SUITE_P(All, WhtEntry, testing::Range(0, 26),
