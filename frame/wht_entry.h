@@ -5,8 +5,9 @@
 // Orders 8 and up pass their data through a work area: the caller's buffer
 // when there is one, otherwise a block from qvnMalloc that is returned before
 // the call ends. If that allocation fails the destination itself serves as
-// the work area: every pass reads a whole row or column group before writing
-// it, so the result is the same, even in place.
+// the work area, run by a body that lays it out without gaps (it has room
+// for one element per point only): every pass reads a whole row or column
+// group before writing it, so the result is the same, even in place.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +24,8 @@ namespace qvn {
 template <class Real>
 using WhtBody = void (*)(const Real*, Real*, Real, Real*);
 
-template <class R, int Order, const ScaleSet<R>& S, bool TwoBodies, WhtBody<R> AlignedBody, WhtBody<R> UnalignedBody>
+template <class R, int Order, const ScaleSet<R>& S, bool TwoBodies, WhtBody<R> AlignedBody, WhtBody<R> UnalignedBody,
+          WhtBody<R> InDestinationBody>
 struct WhtKernel {
     using Real = R;
     static constexpr bool kTwoBodies = TwoBodies;
@@ -53,8 +55,8 @@ struct WhtKernel {
         } else {
             std::uint8_t* owned = nullptr;
             if (buffer == nullptr) buffer = owned = static_cast<std::uint8_t*>(qvnMalloc(WhtBufferBytes<R>(Order)));
-            R* work = buffer != nullptr ? reinterpret_cast<R*>(buffer) : dst;
-            Run(body, src, dst, scale, work);
+            if (buffer != nullptr) Run(body, src, dst, scale, reinterpret_cast<R*>(buffer));
+            else InDestinationBody(src, dst, scale, dst);
             if (owned != nullptr) qvnFree(owned);  // no call into the core library when the caller gave a buffer
         }
         return kStatusOk;

@@ -31,6 +31,8 @@
 #include <string>
 #include <vector>
 
+#include "frame/wht_buffer.h"
+
 namespace gen {
 namespace {
 
@@ -182,8 +184,8 @@ private:
 //
 // Wide vectors are loaded and stored whole, unaligned: the aligned body
 // only knows 16 bytes.
-std::string BlockedTransform(const Prec& p, int count, const std::string& step, LaneBits lane_bits, bool scaled,
-                             Census& census) {
+std::string BlockedTransform(const Prec& p, int count, const std::string& step, const std::string& store_step,
+                             LaneBits lane_bits, bool scaled, Census& census) {
     Writer w(p);
     int low = 1;
     while (low < count && low < p.registers / 2) low <<= 1;
@@ -221,10 +223,10 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
         std::string value =
             scaled ? std::string(p.prefix) + "_mul_" + std::string(p.suffix) + "(" + v[i] + ", s)" : v[i];
         if (p.Wide())
-            w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(i) + " * " + step + ", " +
-                   value + ");");
+            w.line(std::string(p.prefix) + "_storeu_" + p.suffix + "(out + " + std::to_string(i) + " * " + store_step +
+                   ", " + value + ");");
         else
-            w.line("Mem::Store(out + " + std::to_string(i) + " * " + step + ", " + value + ");");
+            w.line("Mem::Store(out + " + std::to_string(i) + " * " + store_step + ", " + value + ");");
     }
     w.census.stores += count;
     if (scaled) w.census.muls += count;
@@ -253,17 +255,19 @@ std::string BlockedTransform(const Prec& p, int count, const std::string& step, 
 // Transform of n contiguous values, in registers: in -> out, scaled or not.
 std::string RowKernel(const Prec& p, int n, bool scaled, const std::string& name, Census& census,
                       LaneBits lane_bits = LaneBits::kVectorOrder) {
-    std::string body = BlockedTransform(p, n / p.lanes, std::to_string(p.lanes), lane_bits, scaled, census);
+    const std::string step = std::to_string(p.lanes);
+    std::string body = BlockedTransform(p, n / p.lanes, step, step, lane_bits, scaled, census);
     std::string sig = scaled ? ", " + std::string(p.vec) + " s" : "";
     return "template <class Mem>\ninline void " + name + "(const " + p.real + "* in, " + p.real + "* out" + sig +
            ") {\n" + body + "}\n\n";
 }
 
-// Transform of n values down a column, `lanes` columns at once, kStride apart.
+// Transform of n values down a column, `lanes` columns at once, read
+// kInStride and written kOutStride elements apart.
 std::string ColumnKernel(const Prec& p, int n, const std::string& name, Census& census) {
     Census scaled_census;
-    std::string scaled = BlockedTransform(p, n, "kStride", LaneBits::kNone, true, scaled_census);
-    std::string plain = BlockedTransform(p, n, "kStride", LaneBits::kNone, false, census);
+    std::string scaled = BlockedTransform(p, n, "kInStride", "kOutStride", LaneBits::kNone, true, scaled_census);
+    std::string plain = BlockedTransform(p, n, "kInStride", "kOutStride", LaneBits::kNone, false, census);
     auto indent = [](const std::string& text) {
         std::string out;
         size_t start = 0;
@@ -275,8 +279,8 @@ std::string ColumnKernel(const Prec& p, int n, const std::string& name, Census& 
         return out;
     };
     census.stores = 0;  // counted per call by the caller
-    return "template <class Mem, int kStride, bool kScaled>\ninline void " + name + "(const " + p.real + "* in, " +
-           p.real + "* out, " + p.vec + " s) {\n    if constexpr (kScaled) {\n" + indent(scaled) +
+    return "template <class Mem, int kInStride, int kOutStride, bool kScaled>\ninline void " + name + "(const " +
+           p.real + "* in, " + p.real + "* out, " + p.vec + " s) {\n    if constexpr (kScaled) {\n" + indent(scaled) +
            "    } else {\n        (void)s;\n" + indent(plain) + "    }\n}\n\n";
 }
 
@@ -359,8 +363,9 @@ std::vector<int> PassShape(int order, bool single, bool wide512) {
 }
 
 // Body of the orders that pass through the work area: the kernels it calls
-// go to `kernels`, the census counts every call.
-std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& census) {
+// go to `kernels`, the census counts every call. `gap` receives the
+// elements between the work area's blocks (kGap in the text), 0 for none.
+std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& census, int& gap) {
     const int n = 1 << order;
     std::string body;
     std::vector<int> shape = PassShape(order, p.single, p.Blocks() == 4);
@@ -380,14 +385,29 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
     const int elem = p.single ? 4 : 8;
     auto walked_loop = [&](const std::string& offset, const std::string& walk, int count, int step,
                            const std::string& in, const std::string& out, int period, const std::string& call) {
-        return "    const qvn::PassWalk " + walk + "(" + in + ", " + out + ", " + std::to_string(std::min(period, 4096)) +
-               ", " + std::to_string(count) + ", " + std::to_string(step) + ");\n    for (int i = 0; i < " +
+        return "    const qvn::PassWalk " + walk + "(" + in + ", " + out + ", " +
+               std::to_string(std::min(period, 4096)) + ", " + std::to_string(count) + ", " + std::to_string(step) +
+               ");\n    for (int i = 0; i < " +
                std::to_string(count) + "; ++i) {\n        const std::ptrdiff_t " + offset + " = " + walk +
                ".Offset(i);\n        " + call + "\n    }\n";
     };
-    body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area.\n";
+    // In the three-pass orders the work area holds its blocks a cache line
+    // apart (kGap elements): the last pass reads a column across the blocks,
+    // and blocks a power of two apart would put all of its rows (16 at most)
+    // into one or two sets of the 8-way L1 cache, where the destination's
+    // rows, at the same offsets, pushed them out (up to 1.6 times the time).
+    // The buffer's surplus over one element per point pays for the gaps.
+    const int block = shape.size() == 3 ? shape[1] * row : n;  // elements per block
+    gap = shape.size() == 3 ? 64 / elem : 0;
+    const int buffer_bytes = p.single ? qvn::WhtBufferBytes<float>(order) : qvn::WhtBufferBytes<double>(order);
+    if ((n + gap * (n / block)) * elem > buffer_bytes)
+        throw std::runtime_error("work-area gaps of order " + std::to_string(order) + " exceed the buffer");
+    const std::string stride = gap ? std::to_string(block) + " + kGap" : std::to_string(block);
+    body += "    // Pass 1: rows of " + std::to_string(row) + " contiguous values, into the work area" +
+            (gap ? ", in blocks of " + std::to_string(block) + " values kGap apart" : "") + ".\n";
     body += walked_loop("r", "rows", n / row, row, "x", "work", 4096,
-                        "Row" + std::to_string(row) + "<Mem>(x + r, work + r);");
+                        "Row" + std::to_string(row) + "<Mem>(x + r, work + r" +
+                            (gap ? " + kGap * (r / " + std::to_string(block) + ")" : "") + ");");
     // Column kernels, one per distinct length; the census counts every call.
     auto count_calls = [&](const Census& k, int calls, bool scaled, int len) {
         census.adds += k.adds * calls;
@@ -409,21 +429,22 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
         body += "    // Pass 2: the " + std::to_string(rows) + "-point transform down the " + std::to_string(row) +
                 " columns, " + std::to_string(lanes) + " at a time, scaled, into the destination.\n";
         body += walked_loop("c", "columns", row / lanes, lanes, "work", "y", row * elem,
-                            "Column" + std::to_string(rows) + "<Mem, " + std::to_string(row) +
-                                ", true>(work + c, y + c, s);");
+                            "Column" + std::to_string(rows) + "<Mem, " + std::to_string(row) + ", " +
+                                std::to_string(row) + ", true>(work + c, y + c, s);");
     } else {
         const int a = shape[0], b = shape[1];
         body += "    // Pass 2: the " + std::to_string(b) + "-point transform down the columns of each of the " +
                 std::to_string(a) + " blocks of " + std::to_string(b) + " x " + std::to_string(row) +
                 ", in place.\n";
         body += "    for (int blk = 0; blk < " + std::to_string(a) + "; ++blk)\n";
-        body += "        for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) +
-                ") Column" + std::to_string(b) + "<Mem, " + std::to_string(row) + ", false>(work + " +
-                std::to_string(b * row) + " * blk + c, work + " + std::to_string(b * row) + " * blk + c, s);\n";
+        const std::string at = "work + (" + stride + ") * blk + c";
+        body += "        for (int c = 0; c < " + std::to_string(row) + "; c += " + std::to_string(lanes) + ") Column" +
+                std::to_string(b) + "<Mem, " + std::to_string(row) + ", " + std::to_string(row) + ", false>(" + at +
+                ", " + at + ", s);\n";
         body += "    // Pass 3: the " + std::to_string(a) + "-point transform across the blocks, scaled, into "
                 "the destination.\n";
         body += walked_loop("c", "columns", b * row / lanes, lanes, "work", "y", b * row * elem,
-                            "Column" + std::to_string(a) + "<Mem, " + std::to_string(b * row) +
+                            "Column" + std::to_string(a) + "<Mem, " + stride + ", " + std::to_string(block) +
                                 ", true>(work + c, y + c, s);");
     }
     return body;
@@ -446,6 +467,7 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
     file.name = "wht_" + std::to_string(order) + "_" + prec + ".cpp";
     std::string kernels, body, layout;
     Census census;
+    int gap = 0;  // elements between the work area's blocks
     if (scalar) {
         layout = "scalar";
         body = ScalarBody(p, n, census);
@@ -458,9 +480,10 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
         body = "    Transform<Mem>(x, y, " + std::string(p.prefix) + "_set1_" + std::string(p.suffix) + "(scale));\n";
     } else {
         layout = "passes";
-        body = PassesBody(p, order, kernels, census);
+        body = PassesBody(p, order, kernels, census, gap);
     }
 
+    const std::string gap_arg = gap ? ", " + std::to_string(gap) : "";
     const double inv_n = 1.0 / n, inv_sqrt = 1.0 / std::sqrt(static_cast<double>(n));
     std::string scales = "{" + HexLiteral(1.0L, type) + ", " + HexLiteral(inv_n, type) + " /* " + DecimalText(inv_n, type) +
                          " */, " + HexLiteral(inv_sqrt, type) + " /* " + DecimalText(inv_sqrt, type) + " */}";
@@ -480,11 +503,16 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
                 "#include \"frame/wht_entry.h\"\n\n"
                 "namespace {\n\n"
                 "constexpr qvn::ScaleSet<" + p.real + "> kScales = " + scales + ";\n\n" + kernels +
-                "template <class Mem>\n"
+                + (gap ? "// kGap: elements between the blocks of the work area; 0 when the destination\n"
+                         "// serves as the work area, which has no room for gaps.\n"
+                         "template <class Mem, int kGap>\n"
+                       : "template <class Mem>\n") +
                 "inline void Body(const " + p.real + "* x, " + p.real + "* y, " + p.real + " scale, " + p.real +
                 "* work) {\n" + (passes ? "" : "    (void)work;\n") + body + "}\n\n"
                 "using Kernel = qvn::WhtKernel<" + p.real + ", " + std::to_string(order) + ", kScales, " +
-                (two_bodies ? "true" : "false") + ", Body<qvn::AlignedAccess>, Body<qvn::UnalignedAccess>>;\n\n"
+                (two_bodies ? "true" : "false") + ", Body<qvn::AlignedAccess" + gap_arg +
+                ">, Body<qvn::UnalignedAccess" + gap_arg + ">, Body<qvn::UnalignedAccess" + (gap ? ", 0" : "") +
+                ">>;\n\n"
                 "}  // namespace\n\n"
                 "QVN_DEFINE_WHT_ENTRY(qvngWHT_" + std::to_string(order) + "_" + prec + ", Kernel)\n";
     return file;
