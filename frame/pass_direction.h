@@ -6,10 +6,10 @@
 // page, same offset in it), the core has to hold those loads back until it
 // has told the addresses apart; whether that takes long depends on the
 // physical pages: on one set of fresh pages in 13 to 20, a 512-point
-// transform took 1.7-1.8 times as long. That happens when the destination lies a little after the
-// source modulo the period of the pass: 4096 for rows, or the stride between
-// the rows a column pass visits when that is shorter, since every iteration
-// touches all of them. Walking the iterations backward puts those offsets
+// transform took 1.7-1.8 times as long. That happens when the destination
+// lies a little after the source modulo the period of the pass: 4096 for
+// rows, or the stride between the rows a column pass visits when that is
+// shorter, since every iteration touches all of them. Walking the iterations backward puts those offsets
 // behind the loads, where they do no harm; a destination a little before
 // the source wants the forward walk. The order of the iterations does not
 // change what any of them computes.

@@ -385,11 +385,13 @@ std::string PassesBody(const Prec& p, int order, std::string& kernels, Census& c
     const int elem = p.single ? 4 : 8;
     auto walked_loop = [&](const std::string& offset, const std::string& walk, int count, int step,
                            const std::string& in, const std::string& out, int period, const std::string& call) {
-        return "    const qvn::PassWalk " + walk + "(" + in + ", " + out + ", " +
-               std::to_string(std::min(period, 4096)) + ", " + std::to_string(count) + ", " + std::to_string(step) +
-               ");\n    for (int i = 0; i < " +
-               std::to_string(count) + "; ++i) {\n        const std::ptrdiff_t " + offset + " = " + walk +
-               ".Offset(i);\n        " + call + "\n    }\n";
+        const std::string n_iter = std::to_string(count);
+        return "    const qvn::PassWalk " + walk + "(" + in + ", " + out + ", " + std::to_string(std::min(period, 4096)) +
+               ", " + n_iter + ", " + std::to_string(step) + ");\n" +
+               "    for (int i = 0; i < " + n_iter + "; ++i) {\n" +
+               "        const std::ptrdiff_t " + offset + " = " + walk + ".Offset(i);\n" +
+               "        " + call + "\n" +
+               "    }\n";
     };
     // In the three-pass orders the work area holds its blocks a cache line
     // apart (kGap elements): the last pass reads a column across the blocks,
@@ -503,7 +505,7 @@ GeneratedFile WhtFile(int order, bool single, Isa isa) {
                 "#include \"frame/wht_entry.h\"\n\n"
                 "namespace {\n\n"
                 "constexpr qvn::ScaleSet<" + p.real + "> kScales = " + scales + ";\n\n" + kernels +
-                + (gap ? "// kGap: elements between the blocks of the work area; 0 when the destination\n"
+                (gap ? "// kGap: elements between the blocks of the work area; 0 when the destination\n"
                          "// serves as the work area, which has no room for gaps.\n"
                          "template <class Mem, int kGap>\n"
                        : "template <class Mem>\n") +
