@@ -62,6 +62,9 @@ RealValue RealDag::Mul(RealValue x, Real c) {
     if (fold_doubled_sums_)
         if (const RealNode& sum = nodes_[x.node]; sum.op == RealOp::kAdd && sum.a == sum.b)
             return Mul(RealValue{sum.a, false}, 2 * c);
+    if (fold_product_chains_)
+        if (const RealNode& inner = nodes_[x.node]; inner.op == RealOp::kMul)
+            return Mul(RealValue{inner.a, false}, inner.c * c);
     RealNode n{RealOp::kMul};
     n.a = x.node;
     n.c = c;
@@ -105,7 +108,10 @@ std::vector<RealPair> Lower(const Dag& dag, const Signal& outputs, RealDag& real
             case Op::kImagPart: out = {RealValue{}, parts.at(n.a).im}; break;
             case Op::kMulThree: {  // (a + ib)(c + id) = (k - (c + d)b) + i(k + (d - c)a), k = c(a + b)
                 const RealPair& a = parts.at(n.a);
-                if (a.re.IsZero() || a.im.IsZero()) {  // two products either way
+                auto product = [&](RealValue v) { return !v.IsZero() && real.at(v.node).op == RealOp::kMul; };
+                // Two products either way; four where a part's own product folds in.
+                if (a.re.IsZero() || a.im.IsZero() ||
+                    (real.folds_product_chains() && (product(a.re) || product(a.im)))) {
                     out.re = real.Sub(real.Mul(a.re, n.c), real.Mul(a.im, n.d));
                     out.im = real.Add(real.Mul(a.re, n.d), real.Mul(a.im, n.c));
                     break;

@@ -56,6 +56,16 @@ public:
     // earlier, the add goes where nothing else uses it, and times 0.5 the
     // product is x itself.
     void FoldDoubledSums() { fold_doubled_sums_ = true; }
+    // From now on a product of a product takes the inner operand and the
+    // product of the constants: (x * c1) * c2 becomes x * (c1 c2), the
+    // constant rounded once to double. The chain loses a product and a
+    // rounding (a three-point stage's sine product that a rotation or a
+    // Rader kernel multiplies again); an inner product with other users
+    // stays for them. Lower then forms a Gauss product (MulThree) of a value
+    // one of whose parts is a product with four real products, so that the
+    // chains inside it fold too.
+    void FoldProductChains() { fold_product_chains_ = true; }
+    bool folds_product_chains() const { return fold_product_chains_; }
 
     const RealNode& at(int id) const { return nodes_[id]; }
     int size() const { return static_cast<int>(nodes_.size()); }
@@ -91,6 +101,7 @@ private:
     std::set<std::pair<int, int>> kin_;
     std::map<std::tuple<int, int, int, int, Real>, int> index_;
     bool fold_doubled_sums_ = false;
+    bool fold_product_chains_ = false;
 };
 
 // Real and imaginary part of one complex value.

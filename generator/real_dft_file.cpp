@@ -215,21 +215,48 @@ RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, 
     return WeighedCycles(baseline) < WeighedCycles(wide) ? baseline : wide;
 }
 
+// The kernels built with their product chains folded (RealDag::
+// FoldProductChains), by family and precision. Folding drops a product and
+// a rounding from each chain it shortens, but where the inner product has
+// other users it adds one and changes how the values pair, so whether it
+// pays had to be timed: the kernels it changes (at 17 lengths), against the
+// plain ones, in all three builds (pinned, both orders). These ran at
+// most 0.97 of their plain time over the three builds (geometric mean),
+// none of them more than 2% slower in any build: forward 64f 19 and 38
+// 0.85-0.89 in the wider builds, Hartley 32f 39 0.88-0.94, most others
+// 0.93-0.97. Forward 9 and 13 ran 1.1-1.46 times as long folded, inverse 13
+// 1.03-1.08.
+struct ChainFolds {
+    RealFamily family;
+    bool single;
+    std::vector<int> lengths;
+};
+const ChainFolds kProductChainsFolded[] = {
+    {RealFamily::kForward, true, {38, 39, 52}},
+    {RealFamily::kForward, false, {19, 27, 38, 39, 52, 57}},
+    {RealFamily::kInverse, true, {38}},
+    {RealFamily::kInverse, false, {26}},
+    {RealFamily::kHartley, true, {13, 39}},
+    {RealFamily::kHartley, false, {26, 27, 39, 52, 57}},
+};
+
 struct Kernel {
     RealKernelText text;
     int products = 0;
     bool folded = false;  // products of doubled sums take the sum's operand
+    bool chains_folded = false;  // products of products take the inner operand
     // Products with constants, then the body's instructions.
     std::string Summary() const {
         return std::to_string(products) + " products; " + (text.wide ? "AVX " : text.packed ? "SSE2 " : "scalar ") +
-               text.census.Text() + (folded ? "; doubled sums folded" : "");
+               text.census.Text() + (folded ? "; doubled sums folded" : "") +
+               (chains_folded ? "; product chains folded" : "");
     }
 };
 
 // A kernel's body from the DAG with or without its doubled sums folded into
 // their products (RealDag::FoldDoubledSums).
 Kernel ForwardBody(int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    ForwardRealDag f = BuildForwardReal(recipe, fold);
+    ForwardRealDag f = BuildForwardReal(recipe, fold, FoldsProductChains(RealFamily::kForward, n, single));
     RealKernelInput in{f.dag, [](int slot) { return std::to_string(slot); }, {}, single};
     in.sources_adjacent = Consecutive;
     // Store 2k is Re k and store 2k + 1 is Im k, as the input slots of the
@@ -250,7 +277,7 @@ Kernel ForwardBody(int n, bool single, const Recipe& recipe, bool fold, Isa targ
 }
 
 Kernel InverseBody(int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    RealOutputsDag inv = BuildInverseReal(recipe, fold);
+    RealOutputsDag inv = BuildInverseReal(recipe, fold, FoldsProductChains(RealFamily::kInverse, n, single));
     auto source = [n](int slot) { return Part(slot % 2 == 0 ? "ReAt" : "ImAt", n, slot / 2); };
     RealKernelInput in{inv.dag, source, {}, single};
     in.sources_adjacent = [n](int slot, int next) { return PartsAdjacent(n, slot, next); };
@@ -260,7 +287,7 @@ Kernel InverseBody(int n, bool single, const Recipe& recipe, bool fold, Isa targ
 }
 
 Kernel HartleyBody(int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    RealOutputsDag h = BuildHartley(recipe, fold);
+    RealOutputsDag h = BuildHartley(recipe, fold, FoldsProductChains(RealFamily::kHartley, n, single));
     RealKernelInput in{h.dag, [](int slot) { return std::to_string(slot); }, {}, single};
     in.sources_adjacent = Consecutive;
     in.stores_adjacent = Consecutive;
@@ -269,11 +296,11 @@ Kernel HartleyBody(int n, bool single, const Recipe& recipe, bool fold, Isa targ
 }
 
 Kernel Body(RealFamily family, int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    switch (family) {
-        case RealFamily::kForward: return ForwardBody(n, single, recipe, fold, target);
-        case RealFamily::kInverse: return InverseBody(n, single, recipe, fold, target);
-        default: return HartleyBody(n, single, recipe, fold, target);
-    }
+    Kernel k = family == RealFamily::kForward   ? ForwardBody(n, single, recipe, fold, target)
+               : family == RealFamily::kInverse ? InverseBody(n, single, recipe, fold, target)
+                                                : HartleyBody(n, single, recipe, fold, target);
+    k.chains_folded = FoldsProductChains(family, n, single);
+    return k;
 }
 
 // Folding shortens chains (inverse 9, single: 0.87 of the time) but can cost
@@ -380,6 +407,13 @@ std::string Header(const std::string& family, const std::string& title, int n, b
 }
 
 }  // namespace
+
+bool FoldsProductChains(RealFamily family, int n, bool single) {
+    for (const ChainFolds& row : kProductChainsFolded)
+        if (row.family == family && row.single == single)
+            return std::find(row.lengths.begin(), row.lengths.end(), n) != row.lengths.end();
+    return false;
+}
 
 GeneratedFile RealDftFile(int n, bool single, Isa isa) {
     CheckLayouts(n);

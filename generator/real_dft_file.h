@@ -6,6 +6,7 @@
 #include <string>
 
 #include "complex_dft_file.h"
+#include "real_accuracy.h"
 
 namespace gen {
 
@@ -13,6 +14,11 @@ namespace gen {
 // wider targets may fuse pairs of their instructions into 256-bit ones.
 GeneratedFile RealDftFile(int n, bool single, Isa isa);
 GeneratedFile HartleyFile(int n, bool single, Isa isa);
+
+// Whether the kernel of that family, length and precision is built from its
+// DAG with the product chains folded (RealDag::FoldProductChains); the
+// arithmetic tests build their reference DAG the same way.
+bool FoldsProductChains(RealFamily family, int n, bool single);
 
 // Census and estimated rounding error (real_accuracy.h) of the three real
 // kernels of length n for other schemes than the table's, for trying them

@@ -28,18 +28,20 @@ std::vector<RealPair> ForwardBins(RealDag& real, const Recipe& recipe) {
 
 }  // namespace
 
-ForwardRealDag BuildForwardReal(const Recipe& recipe, bool fold_doubled_sums) {
+ForwardRealDag BuildForwardReal(const Recipe& recipe, bool fold_doubled_sums, bool fold_product_chains) {
     ForwardRealDag out;
     if (fold_doubled_sums) out.dag.FoldDoubledSums();
+    if (fold_product_chains) out.dag.FoldProductChains();
     out.bins = ForwardBins(out.dag, recipe);
     return out;
 }
 
-RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums) {
+RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums, bool fold_product_chains) {
     const int n = recipe.length;
     RealOutputsDag out;
     RealDag& real = out.dag;
     if (fold_doubled_sums) real.FoldDoubledSums();
+    if (fold_product_chains) real.FoldProductChains();
     // X[k] for k <= N/2 from the slots, X[N-k] = conj X[k] above.
     std::vector<RealPair> inputs(n);
     for (int k = 0; 2 * k <= n; ++k) {
@@ -55,11 +57,12 @@ RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums) {
     return out;
 }
 
-RealOutputsDag BuildHartley(const Recipe& recipe, bool fold_doubled_sums) {
+RealOutputsDag BuildHartley(const Recipe& recipe, bool fold_doubled_sums, bool fold_product_chains) {
     const int n = recipe.length;
     RealOutputsDag out;
     RealDag& real = out.dag;
     if (fold_doubled_sums) real.FoldDoubledSums();
+    if (fold_product_chains) real.FoldProductChains();
     std::vector<RealPair> bins = ForwardBins(real, recipe);
     out.outputs.resize(n);
     // X[k] = C[k] - i S[k]: H[k] = C + S = Re - Im, H[N-k] = C - S = Re + Im.

@@ -24,14 +24,15 @@ struct ForwardRealDag {
     RealDag dag;
     std::vector<RealPair> bins;  // k = 0 .. N/2
 };
-// fold_doubled_sums: see RealDag::FoldDoubledSums.
-ForwardRealDag BuildForwardReal(const Recipe& recipe, bool fold_doubled_sums = false);
+// fold_doubled_sums, fold_product_chains: see RealDag::FoldDoubledSums and
+// RealDag::FoldProductChains.
+ForwardRealDag BuildForwardReal(const Recipe& recipe, bool fold_doubled_sums = false, bool fold_product_chains = false);
 
 struct RealOutputsDag {
     RealDag dag;
     std::vector<RealValue> outputs;  // N values
 };
-RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums = false);
-RealOutputsDag BuildHartley(const Recipe& recipe, bool fold_doubled_sums = false);
+RealOutputsDag BuildInverseReal(const Recipe& recipe, bool fold_doubled_sums = false, bool fold_product_chains = false);
+RealOutputsDag BuildHartley(const Recipe& recipe, bool fold_doubled_sums = false, bool fold_product_chains = false);
 
 }  // namespace gen

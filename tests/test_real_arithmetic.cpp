@@ -17,7 +17,9 @@
 // DAG with their doubled sums folded into the products (x * 2c for
 // (x + x) * c, RealDag::FoldDoubledSums). Short of an overflowing x + x the
 // two give the same bits, and this test holds the folded kernels to that,
-// down to the subnormal inputs.
+// down to the subnormal inputs. Folded product chains (x * (c1 c2) for
+// (x * c1) * c2) round differently, so for the kernels the generator builds
+// that way (gen::FoldsProductChains) the interpreter runs that DAG too.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -36,6 +38,7 @@
 #include "frame/packed_layout.h"
 #include "qvngen.h"
 #include "real_dag.h"
+#include "real_dft_file.h"
 #include "real_transforms.h"
 #include "recipe.h"
 #include "same_bits.h"
@@ -183,16 +186,21 @@ void ExpectDagBits(const char* what, const DagArithmetic<T>& arithmetic, int n, 
 template <class T>
 void CheckLength(int n) {
     const gen::RealDftRow& row = RowFor(n);
-    const gen::ForwardRealDag fwd = gen::BuildForwardReal(gen::ParseRecipe(row.forward));
+    constexpr bool kSingle = std::is_same_v<T, float>;
+    auto chains = [&](gen::RealFamily family) { return gen::FoldsProductChains(family, n, kSingle); };
+    const gen::ForwardRealDag fwd =
+        gen::BuildForwardReal(gen::ParseRecipe(row.forward), false, chains(gen::RealFamily::kForward));
     std::vector<RealValue> bins;
     for (const auto& b : fwd.bins) {
         bins.push_back(b.re);
         bins.push_back(b.im);
     }
     const DagArithmetic<T> forward(fwd.dag, bins);
-    const gen::RealOutputsDag inv = gen::BuildInverseReal(gen::ParseRecipe(row.inverse));
+    const gen::RealOutputsDag inv =
+        gen::BuildInverseReal(gen::ParseRecipe(row.inverse), false, chains(gen::RealFamily::kInverse));
     const DagArithmetic<T> inverse(inv.dag, inv.outputs);
-    const gen::RealOutputsDag dht = gen::BuildHartley(gen::ParseRecipe(row.hartley));
+    const gen::RealOutputsDag dht =
+        gen::BuildHartley(gen::ParseRecipe(row.hartley), false, chains(gen::RealFamily::kHartley));
     const DagArithmetic<T> hartley(dht.dag, dht.outputs);
 
     std::vector<int> identity(n);
