@@ -223,7 +223,7 @@ RealKernelText Cheapest(const RealKernelInput& input, const std::string& table, 
 // plain ones, in all three builds (pinned, both orders). These ran at
 // most 0.97 of their plain time over the three builds (geometric mean),
 // none of them more than 2% slower in any build: forward 64f 19 and 38
-// 0.85-0.89 in the wider builds, Hartley 32f 39 0.88-0.94, most others
+// 0.83-0.89 in the wider builds, Hartley 32f 39 0.88-0.94, most others
 // 0.93-0.97. Forward 9 and 13 ran 1.1-1.46 times as long folded, inverse 13
 // 1.03-1.08.
 struct ChainFolds {
