@@ -9,10 +9,10 @@
 // transform took 1.7-1.8 times as long. That happens when the destination
 // lies a little after the source modulo the period of the pass: 4096 for
 // rows, or the stride between the rows a column pass visits when that is
-// shorter, since every iteration touches all of them. Walking the iterations backward puts those offsets
-// behind the loads, where they do no harm; a destination a little before
-// the source wants the forward walk. The order of the iterations does not
-// change what any of them computes.
+// shorter, since every iteration touches all of them. Walking the
+// iterations backward puts those offsets behind the loads, where they do no
+// harm; a destination a little before the source wants the forward walk.
+// The order of the iterations does not change what any of them computes.
 #pragma once
 
 #include <cstddef>

@@ -254,9 +254,10 @@ struct Kernel {
 };
 
 // A kernel's body from the DAG with or without its doubled sums folded into
-// their products (RealDag::FoldDoubledSums).
-Kernel ForwardBody(int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    ForwardRealDag f = BuildForwardReal(recipe, fold, FoldsProductChains(RealFamily::kForward, n, single));
+// their products (RealDag::FoldDoubledSums), its product chains folded or
+// not (RealDag::FoldProductChains).
+Kernel ForwardBody(int n, bool single, const Recipe& recipe, bool fold, bool chains, Isa target) {
+    ForwardRealDag f = BuildForwardReal(recipe, fold, chains);
     RealKernelInput in{f.dag, [](int slot) { return std::to_string(slot); }, {}, single};
     in.sources_adjacent = Consecutive;
     // Store 2k is Re k and store 2k + 1 is Im k, as the input slots of the
@@ -276,8 +277,8 @@ Kernel ForwardBody(int n, bool single, const Recipe& recipe, bool fold, Isa targ
     return {Cheapest(in, "kForwardC", target), CountProducts(f.dag, values)};
 }
 
-Kernel InverseBody(int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    RealOutputsDag inv = BuildInverseReal(recipe, fold, FoldsProductChains(RealFamily::kInverse, n, single));
+Kernel InverseBody(int n, bool single, const Recipe& recipe, bool fold, bool chains, Isa target) {
+    RealOutputsDag inv = BuildInverseReal(recipe, fold, chains);
     auto source = [n](int slot) { return Part(slot % 2 == 0 ? "ReAt" : "ImAt", n, slot / 2); };
     RealKernelInput in{inv.dag, source, {}, single};
     in.sources_adjacent = [n](int slot, int next) { return PartsAdjacent(n, slot, next); };
@@ -286,8 +287,8 @@ Kernel InverseBody(int n, bool single, const Recipe& recipe, bool fold, Isa targ
     return {Cheapest(in, "kInverseC", target), CountProducts(inv.dag, inv.outputs)};
 }
 
-Kernel HartleyBody(int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    RealOutputsDag h = BuildHartley(recipe, fold, FoldsProductChains(RealFamily::kHartley, n, single));
+Kernel HartleyBody(int n, bool single, const Recipe& recipe, bool fold, bool chains, Isa target) {
+    RealOutputsDag h = BuildHartley(recipe, fold, chains);
     RealKernelInput in{h.dag, [](int slot) { return std::to_string(slot); }, {}, single};
     in.sources_adjacent = Consecutive;
     in.stores_adjacent = Consecutive;
@@ -296,10 +297,11 @@ Kernel HartleyBody(int n, bool single, const Recipe& recipe, bool fold, Isa targ
 }
 
 Kernel Body(RealFamily family, int n, bool single, const Recipe& recipe, bool fold, Isa target) {
-    Kernel k = family == RealFamily::kForward   ? ForwardBody(n, single, recipe, fold, target)
-               : family == RealFamily::kInverse ? InverseBody(n, single, recipe, fold, target)
-                                                : HartleyBody(n, single, recipe, fold, target);
-    k.chains_folded = FoldsProductChains(family, n, single);
+    const bool chains = FoldsProductChains(family, n, single);
+    Kernel k = family == RealFamily::kForward   ? ForwardBody(n, single, recipe, fold, chains, target)
+               : family == RealFamily::kInverse ? InverseBody(n, single, recipe, fold, chains, target)
+                                                : HartleyBody(n, single, recipe, fold, chains, target);
+    k.chains_folded = chains;
     return k;
 }
 
